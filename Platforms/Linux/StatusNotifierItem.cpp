@@ -1,0 +1,245 @@
+#include "Platforms/Linux/StatusNotifierItem.hpp"
+
+#include "ZorbelKit/Surfaces/PainterCanvas.hpp"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusPendingCallWatcher>
+#include <QDBusPendingReply>
+#include <QDBusVariant>
+#include <QPoint>
+#include <QtEndian>
+
+#include <utility>
+
+namespace Linux {
+
+using ZorbelKit::ClickButton;
+
+namespace {
+
+constexpr auto itemInterface = "org.kde.StatusNotifierItem";
+constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties";
+constexpr auto watcherService = "org.kde.StatusNotifierWatcher";
+constexpr auto watcherPath = "/StatusNotifierWatcher";
+constexpr auto noMenu = "/NO_DBUSMENU";
+constexpr int patience = 3000; // milliseconds
+
+} // namespace
+
+/// (icon name, pixmaps, title, text)
+struct ToolTip {
+    QString iconName;
+    QList<IconPixmap> pixmaps;
+    QString title;
+    QString text;
+};
+
+static QDBusArgument& operator<<(QDBusArgument& argument, const IconPixmap& pixmap) {
+    argument.beginStructure();
+    argument << pixmap.width << pixmap.height << pixmap.bytes;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument& operator>>(const QDBusArgument& argument, IconPixmap& pixmap) {
+    argument.beginStructure();
+    argument >> pixmap.width >> pixmap.height >> pixmap.bytes;
+    argument.endStructure();
+    return argument;
+}
+
+static QDBusArgument& operator<<(QDBusArgument& argument, const ToolTip& toolTip) {
+    argument.beginStructure();
+    argument << toolTip.iconName << toolTip.pixmaps << toolTip.title << toolTip.text;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument& operator>>(const QDBusArgument& argument, ToolTip& toolTip) {
+    argument.beginStructure();
+    argument >> toolTip.iconName >> toolTip.pixmaps >> toolTip.title >> toolTip.text;
+    argument.endStructure();
+    return argument;
+}
+
+IconPixmap iconPixmap(const QImage& image) {
+    const QImage plain = image.convertToFormat(QImage::Format_ARGB32);
+    IconPixmap result{plain.width(), plain.height(), {}};
+    result.bytes.resize(static_cast<qsizetype>(plain.width()) * plain.height() * 4);
+    char* out = result.bytes.data();
+    for (int y = 0; y < plain.height(); ++y) {
+        const auto* line = reinterpret_cast<const QRgb*>(plain.constScanLine(y));
+        for (int x = 0; x < plain.width(); ++x) {
+            qToBigEndian<quint32>(line[x], out);
+            out += 4;
+        }
+    }
+    return result;
+}
+
+StatusNotifierItem::StatusNotifierItem(ZorbelKit::MainLoop& loop, std::string path, std::string name,
+                                       ClickHandler clicked)
+    : loop_(loop)
+    , path_(QString::fromStdString(path))
+    , name_(QString::fromStdString(name))
+    , clicked_(std::move(clicked)) {
+    qDBusRegisterMetaType<IconPixmap>();
+    qDBusRegisterMetaType<QList<IconPixmap>>();
+    qDBusRegisterMetaType<ToolTip>();
+    QDBusConnection::sessionBus().registerVirtualObject(path_, this);
+}
+
+StatusNotifierItem::~StatusNotifierItem() {
+    // There is no unregister call: closing the item's object and its name is what hosts watch for. The
+    // program's one connection lives on, so hosts are told by the status too.
+    QDBusMessage gone = QDBusMessage::createSignal(path_, itemInterface, "NewStatus");
+    gone << "Passive";
+    QDBusConnection::sessionBus().send(gone);
+    QDBusConnection::sessionBus().unregisterObject(path_);
+}
+
+void StatusNotifierItem::registerWithTray(std::function<void()> refused) {
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    QDBusMessage request = QDBusMessage::createMethodCall(watcherService, watcherPath, watcherService,
+                                                          "RegisterStatusNotifierItem");
+    const bool isStandardPath = path_ == "/StatusNotifierItem";
+    request << (isStandardPath ? bus.baseService() : path_);
+    request.setAutoStartService(false);
+    auto* reply = new QDBusPendingCallWatcher(bus.asyncCall(request, patience), this);
+    QObject::connect(reply, &QDBusPendingCallWatcher::finished, this,
+                     [refused](QDBusPendingCallWatcher* finished) {
+                         finished->deleteLater();
+                         if (finished->isError() && refused) {
+                             refused();
+                         }
+                     });
+}
+
+void StatusNotifierItem::setImage(const ZorbelKit::Image& image, const QColor& tint) {
+    QList<IconPixmap> pixmaps;
+    for (const int side : {16, 22, 24, 32, 48}) {
+        pixmaps << iconPixmap(ZorbelKit::rendered(image, side / image.size().height, tint));
+    }
+    pixmaps_ = std::move(pixmaps);
+    isImagePending_ = true;
+    if (!imageDelay_) {
+        tellImage();
+    }
+}
+
+void StatusNotifierItem::tellImage() {
+    imageDelay_.reset();
+    if (!isImagePending_) {
+        return;
+    }
+    isImagePending_ = false;
+    if (pixmaps_ != toldPixmaps_) {
+        toldPixmaps_ = pixmaps_;
+        tell("NewIcon");
+        imageDelay_ = loop_.after(imageInterval, [this] { tellImage(); });
+    }
+}
+
+void StatusNotifierItem::setToolTip(const std::string& text) {
+    const QString next = QString::fromStdString(text);
+    if (next != toolTip_) {
+        toolTip_ = next;
+        tell("NewToolTip");
+        tell("NewTitle");
+    }
+}
+
+void StatusNotifierItem::tell(const char* signal) const {
+    QDBusConnection::sessionBus().send(QDBusMessage::createSignal(path_, itemInterface, signal));
+}
+
+QVariantMap StatusNotifierItem::properties() const {
+    const ToolTip toolTip{{}, {}, toolTip_, {}};
+    return {
+        {"Category", "ApplicationStatus"},
+        {"Id", name_},
+        {"Title", toolTip_},
+        {"Status", "Active"},
+        {"WindowId", 0},
+        {"IconName", ""},
+        {"IconThemePath", ""},
+        {"IconPixmap", QVariant::fromValue(pixmaps_)},
+        {"OverlayIconName", ""},
+        {"OverlayIconPixmap", QVariant::fromValue(QList<IconPixmap>())},
+        {"AttentionIconName", ""},
+        {"AttentionIconPixmap", QVariant::fromValue(QList<IconPixmap>())},
+        {"AttentionMovieName", ""},
+        {"ToolTip", QVariant::fromValue(toolTip)},
+        {"ItemIsMenu", false},
+        {"Menu", QVariant::fromValue(QDBusObjectPath(noMenu))},
+    };
+}
+
+QString StatusNotifierItem::introspect(const QString&) const {
+    return QStringLiteral(R"xml(<interface name="org.kde.StatusNotifierItem">
+  <property name="Category" type="s" access="read"/>
+  <property name="Id" type="s" access="read"/>
+  <property name="Title" type="s" access="read"/>
+  <property name="Status" type="s" access="read"/>
+  <property name="WindowId" type="i" access="read"/>
+  <property name="IconName" type="s" access="read"/>
+  <property name="IconThemePath" type="s" access="read"/>
+  <property name="IconPixmap" type="a(iiay)" access="read"/>
+  <property name="OverlayIconName" type="s" access="read"/>
+  <property name="OverlayIconPixmap" type="a(iiay)" access="read"/>
+  <property name="AttentionIconName" type="s" access="read"/>
+  <property name="AttentionIconPixmap" type="a(iiay)" access="read"/>
+  <property name="AttentionMovieName" type="s" access="read"/>
+  <property name="ToolTip" type="(sa(iiay)ss)" access="read"/>
+  <property name="ItemIsMenu" type="b" access="read"/>
+  <property name="Menu" type="o" access="read"/>
+  <method name="Activate"><arg name="x" type="i" direction="in"/><arg name="y" type="i" direction="in"/></method>
+  <method name="SecondaryActivate"><arg name="x" type="i" direction="in"/><arg name="y" type="i" direction="in"/></method>
+  <method name="ContextMenu"><arg name="x" type="i" direction="in"/><arg name="y" type="i" direction="in"/></method>
+  <method name="Scroll"><arg name="delta" type="i" direction="in"/><arg name="orientation" type="s" direction="in"/></method>
+  <signal name="NewTitle"/>
+  <signal name="NewIcon"/>
+  <signal name="NewToolTip"/>
+  <signal name="NewStatus"><arg name="status" type="s"/></signal>
+</interface>)xml");
+}
+
+bool StatusNotifierItem::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
+    const QString member = message.member();
+    const QVariantList arguments = message.arguments();
+
+    if (message.interface() == propertiesInterface) {
+        if (member == "GetAll") {
+            connection.send(message.createReply(QVariant(properties())));
+            return true;
+        }
+        if (member == "Get" && arguments.size() == 2) {
+            const QVariant value = properties().value(arguments.at(1).toString());
+            connection.send(value.isValid()
+                                ? message.createReply(QVariant::fromValue(QDBusVariant(value)))
+                                : message.createErrorReply(QDBusError::UnknownProperty, "No such property"));
+            return true;
+        }
+        return false;
+    }
+
+    const bool isClick = member == "Activate" || member == "SecondaryActivate" || member == "ContextMenu";
+    if (isClick && arguments.size() == 2) {
+        // Answered first: a host may wait for the reply before it serves what the click leads to.
+        connection.send(message.createReply());
+        const QPoint position(arguments.at(0).toInt(), arguments.at(1).toInt());
+        const auto clicked = clicked_; // the click may destroy the item
+        clicked(member == "Activate" ? ClickButton::left : ClickButton::right, position);
+        return true;
+    }
+    if (member == "Scroll") {
+        connection.send(message.createReply());
+        return true;
+    }
+    return false;
+}
+
+} // namespace Linux

@@ -1,0 +1,70 @@
+#pragma once
+
+#include "ZorbelKit/Host/Image.hpp"
+#include "ZorbelKit/Host/MainLoop.hpp"
+#include "ZorbelKit/Host/StatusBar.hpp"
+
+#include <QColor>
+#include <QDBusVirtualObject>
+#include <QImage>
+
+#include <functional>
+#include <string>
+
+namespace Linux {
+
+/// One picture as the tray protocol carries it: 32-bit words, alpha first and in network byte order, not
+/// premultiplied.
+struct IconPixmap {
+    int width = 0;
+    int height = 0;
+    QByteArray bytes;
+    bool operator==(const IconPixmap&) const = default;
+};
+
+IconPixmap iconPixmap(const QImage& image);
+
+/// An item in the desktop's tray (org.kde.StatusNotifierItem). It has no menu of its own, so that a right
+/// click arrives as a click: hosts send `ContextMenu` for an item without a menu. Nothing here waits for
+/// another process.
+class StatusNotifierItem : public QDBusVirtualObject {
+public:
+    /// Hosts fetch every picture again at each change: at most four changes a second are told.
+    static constexpr ZorbelKit::Seconds imageInterval{0.25};
+
+    using ClickHandler = std::function<void(ZorbelKit::ClickButton, QPoint position)>;
+
+    /// `path` is the object's path on the session bus, unique in the process; `name` identifies the item to
+    /// hosts.
+    StatusNotifierItem(ZorbelKit::MainLoop& loop, std::string path, std::string name, ClickHandler clicked);
+    ~StatusNotifierItem() override;
+
+    /// Puts the item into the tray that runs now; again for every new tray. `refused` is called when it will
+    /// not have it.
+    void registerWithTray(std::function<void()> refused);
+
+    void setImage(const ZorbelKit::Image& image, const QColor& tint);
+    void setToolTip(const std::string& text);
+
+    QString introspect(const QString& path) const override;
+    bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
+
+private:
+    QVariantMap properties() const;
+    void tell(const char* signal) const;
+    void tellImage();
+
+    ZorbelKit::MainLoop& loop_;
+    const QString path_;
+    const QString name_;
+    ClickHandler clicked_;
+    QString toolTip_;
+    QList<IconPixmap> pixmaps_;     // what hosts may fetch
+    QList<IconPixmap> toldPixmaps_; // what they have been told of
+    bool isImagePending_ = false;
+    ZorbelKit::Token imageDelay_;
+};
+
+} // namespace Linux
+
+Q_DECLARE_METATYPE(Linux::IconPixmap)

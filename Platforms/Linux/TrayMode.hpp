@@ -1,0 +1,51 @@
+#pragma once
+
+#include "ZorbelKit/Host/MainLoop.hpp"
+#include "ZorbelKit/Observable.hpp"
+
+#include <string_view>
+
+namespace Linux {
+
+/// Where the suite's icons are shown.
+enum class TrayPlace {
+    undecided, // waiting for the desktop's tray to start
+    bar,       // the suite's own menu bar
+    guest,     // the desktop's tray
+    nowhere    // no tray, and no place for a bar
+};
+
+/// Whether the desktop brings a tray of its own, by the name it gives itself (XDG_CURRENT_DESKTOP, a
+/// colon-separated list).
+bool bringsOwnTray(std::string_view currentDesktop);
+
+/// Decides between the suite's own bar and the desktop's tray, and follows a tray that appears, disappears
+/// and comes back. Where the desktop has a tray the suite is a guest there; elsewhere it brings its own bar.
+/// Main thread only.
+class TrayMode : public ZorbelKit::Observable {
+public:
+    static constexpr ZorbelKit::Seconds startPatience{10.0}; // for a tray that the desktop is known to bring
+    static constexpr ZorbelKit::Seconds returnPatience{3.0}; // for a tray that restarts
+    static constexpr ZorbelKit::Seconds bareDisplayPatience{
+        5.0}; // before saying that there is no place at all
+
+    TrayMode(ZorbelKit::MainLoop& loop, bool canShowBar);
+
+    /// The first answer to "does a tray host run?".
+    void start(bool hostRuns, bool desktopBringsTray);
+
+    /// Every later answer.
+    void hostChanged(bool hostRuns);
+
+    TrayPlace place() const { return place_.get(); }
+
+private:
+    void fallBackAfter(ZorbelKit::Seconds patience);
+
+    ZorbelKit::MainLoop& loop_;
+    const bool canShowBar_;
+    ZorbelKit::Published<TrayPlace> place_{*this, TrayPlace::undecided};
+    ZorbelKit::Token waiting_;
+};
+
+} // namespace Linux

@@ -1,0 +1,276 @@
+#include "Tests/Views/ViewTests.hpp"
+#include "ZorbelKit/Controls/Buttons.hpp"
+#include "ZorbelKit/Controls/Counter.hpp"
+#include "ZorbelKit/Controls/LiveView.hpp"
+#include "ZorbelKit/Controls/Reading.hpp"
+#include "ZorbelKit/Controls/SpiceIcon.hpp"
+#include "ZorbelKit/Controls/SteepDot.hpp"
+#include "ZorbelKit/Controls/Switch.hpp"
+#include "ZorbelKit/Controls/Text.hpp"
+#include "ZorbelKit/Observable.hpp"
+#include "ZorbelKit/Palette.hpp"
+#include "ZorbelKit/Surfaces/Theme.hpp"
+
+#include <QAccessible>
+#include <QApplication>
+#include <QGridLayout>
+#include <QPainter>
+#include <QTest>
+#include <gtest/gtest.h>
+
+namespace {
+
+using namespace Views;
+using namespace ZorbelKit;
+
+/// How much of the picture is not the ground it was painted on, 0 … 1.
+double coverage(const QImage& picture) {
+    const QRgb ground = picture.pixel(0, 0);
+    int covered = 0;
+    for (int y = 0; y < picture.height(); ++y) {
+        for (int x = 0; x < picture.width(); ++x) {
+            covered += picture.pixel(x, y) != ground ? 1 : 0;
+        }
+    }
+    return static_cast<double>(covered) / (picture.width() * picture.height());
+}
+
+TEST(Buttons, HaveTheirPaddingsAndRunOnAClick) {
+    BrassButton brassy("Open Zorbel");
+    show(brassy, brassy.sizeHint());
+    const QFontMetricsF metrics(brassy.font());
+    EXPECT_NEAR(brassy.width(), metrics.horizontalAdvance("Open Zorbel") + 28, 1);
+    EXPECT_NEAR(brassy.height(), metrics.height() + 14, 1);
+    int runs = 0;
+    QObject::connect(&brassy, &QAbstractButton::clicked, &brassy, [&] { ++runs; });
+    QTest::mouseClick(&brassy, Qt::LeftButton);
+    QTest::keyClick(&brassy, Qt::Key_Space);
+    EXPECT_EQ(runs, 2);
+    QTest::mouseMove(&brassy, {-50, -50});
+    QEvent leave(QEvent::Leave);
+    QApplication::sendEvent(&brassy, &leave);
+    const QColor fill = brassy.grab().toImage().pixelColor(brassy.width() / 2, 3);
+    EXPECT_EQ(fill.rgb(), qColor(brass).rgb());
+}
+
+TEST(Buttons, ShowTheFocusOfTheKeyboardAndNotOfThePointer) {
+    QuietButton quiet("Later");
+    show(quiet, quiet.sizeHint());
+    quiet.activateWindow();
+    quiet.clearFocus();
+    const QImage plain = quiet.grab().toImage();
+    quiet.setFocus(Qt::MouseFocusReason);
+    settle();
+    EXPECT_EQ(quiet.grab().toImage(), plain);
+    quiet.clearFocus();
+    quiet.setFocus(Qt::TabFocusReason);
+    settle();
+    EXPECT_NE(quiet.grab().toImage(), plain);
+}
+
+TEST(Switch, WritingTheModelBackIsSilent) {
+    Switch power("Rusket");
+    int toggles = 0;
+    QObject::connect(&power, &QAbstractButton::toggled, &power, [&] { ++toggles; });
+    power.setCheckedSilently(true);
+    EXPECT_TRUE(power.isChecked());
+    EXPECT_EQ(toggles, 0);
+    show(power, power.sizeHint());
+    QTest::mouseClick(&power, Qt::LeftButton);
+    EXPECT_FALSE(power.isChecked());
+    EXPECT_EQ(toggles, 1);
+}
+
+TEST(SteepDot, LeavesRoomForTheRingAndSaysWhatItShows) {
+    SteepDot dot(brass, false, 10);
+    EXPECT_GE(dot.sizeHint().width(), 16) << "1.6 times the dot";
+    EXPECT_EQ(dot.accessibleName(), "Resting");
+    show(dot, dot.sizeHint());
+    const QImage resting = dot.grab().toImage();
+    dot.setOn(true);
+    settle();
+    EXPECT_EQ(dot.accessibleName(), "Steeping");
+    EXPECT_GT(coverage(dot.grab().toImage()), coverage(resting)) << "the ring lies outside the dot";
+}
+
+TEST(SteepDot, PulsesOnlyWhileItIsOnAndSeen) {
+    setMotionReduced(false);
+    QWidget window;
+    auto* dot = new SteepDot(brass, true, 10, &window);
+    show(window, {40, 40});
+    PaintCounter paints(window);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return paints.paintsOf(dot) > 2; }));
+    dot->setOn(false);
+    EXPECT_TRUE(QTest::qWaitFor([&] {
+        paints.reset();
+        QTest::qWait(60);
+        return paints.all() == 0;
+    })) << "at rest nothing is drawn";
+    setMotionReduced(true);
+}
+
+TEST(SpiceIcon, EverySpiceHasAnImageOfItsOwnInItsAccent) {
+    std::vector<QImage> pictures;
+    QWidget fallback;
+    SpiceIcon unknown("cumin", 64);
+    show(unknown, {64, 64});
+    pictures.push_back(unknown.grab().toImage());
+    for (const auto& entry : spiceColours) {
+        const std::string id(entry.id);
+        SCOPED_TRACE(id);
+        SpiceIcon icon(id, 64);
+        show(icon, {64, 64});
+        const QImage picture = icon.grab().toImage();
+        EXPECT_GT(coverage(picture), 0.1);
+        EXPECT_LT(coverage(picture), 0.9);
+        bool hasAccent = false;
+        for (int y = 0; y < 64; ++y) {
+            for (int x = 0; x < 64; ++x) {
+                hasAccent = hasAccent || picture.pixelColor(x, y) == qColor(entry.colour);
+            }
+        }
+        EXPECT_TRUE(hasAccent);
+        for (const QImage& other : pictures) {
+            EXPECT_NE(picture, other);
+        }
+        pictures.push_back(picture);
+    }
+}
+
+TEST(SpiceIcon, IsLegibleAtEighteenPoints) {
+    for (const auto& entry : spiceColours) {
+        SCOPED_TRACE(entry.id);
+        SpiceIcon icon(std::string(entry.id), 18);
+        show(icon, {18, 18});
+        EXPECT_GT(coverage(icon.grab().toImage()), 0.2);
+    }
+}
+
+TEST(SpiceIcon, DimmedStandsAtHalfOpacity) {
+    const auto strongest = [](SpiceIcon& icon) {
+        show(icon, {64, 64});
+        const QImage picture = icon.grab().toImage();
+        const int ground = picture.pixelColor(0, 0).red();
+        int furthest = 0;
+        for (int y = 0; y < 64; ++y) {
+            for (int x = 0; x < 64; ++x) {
+                furthest = std::max(furthest, std::abs(picture.pixelColor(x, y).red() - ground));
+            }
+        }
+        return furthest;
+    };
+    SpiceIcon bright("rusket", 64);
+    SpiceIcon dimmed("rusket", 64, true);
+    const int full = strongest(bright);
+    EXPECT_NEAR(strongest(dimmed), full / 2.0, 2);
+    dimmed.setDimmed(false);
+    EXPECT_EQ(strongest(dimmed), full);
+}
+
+TEST(Reading, DigitsTakeTheSameWidthSoThatAFigureStandsStill) {
+    Reading ones("111%", std::nullopt, 20, QFont::Medium);
+    Reading nines("998%", std::nullopt, 20, QFont::Medium);
+    EXPECT_EQ(ones.sizeHint(), nines.sizeHint());
+    Reading withUnit("111", "GB", 20, QFont::Medium);
+    EXPECT_GT(withUnit.sizeHint().width(),
+              Reading("111", std::nullopt, 20, QFont::Medium).sizeHint().width());
+    EXPECT_EQ(withUnit.accessibleName(), "111 GB");
+}
+
+TEST(Reading, AnEqualValueRepaintsNothing) {
+    Reading reading("42%", std::nullopt, 20, QFont::Medium);
+    show(reading, reading.sizeHint());
+    PaintCounter paints(reading);
+    reading.setValue("42%");
+    settle();
+    EXPECT_EQ(paints.all(), 0);
+    reading.setValue("43%");
+    settle();
+    EXPECT_EQ(paints.all(), 1);
+}
+
+TEST(LiveView, FollowsItsModelOnlyWhileItIsSeen) {
+    struct Model : Observable {
+        Published<int> value{*this, 0};
+    };
+    struct View : LiveView {
+        explicit View(Model& model)
+            : LiveView(model, nullptr) {}
+        void refresh() override { ++refreshes; }
+        int refreshes = 0;
+    };
+    Model model;
+    View view(model);
+    model.value.set(1);
+    EXPECT_EQ(view.refreshes, 0);
+    view.show();
+    EXPECT_EQ(view.refreshes, 1);
+    model.value.set(2);
+    EXPECT_EQ(view.refreshes, 2);
+    view.hide();
+    model.value.set(3);
+    EXPECT_EQ(view.refreshes, 2);
+    EXPECT_EQ(model.observerCount(), 0);
+}
+
+TEST(Glide, MovesToItsTargetAndThenRests) {
+    setMotionReduced(false);
+    QWidget widget;
+    show(widget, {10, 10});
+    int steps = 0;
+    Glide glide(widget, 0, [&] { ++steps; });
+    glide.to(1, Pour::settle(Pour::sip));
+    EXPECT_LT(glide.value(), 1);
+    EXPECT_TRUE(QTest::qWaitFor([&] { return glide.value() == 1; }));
+    EXPECT_GT(steps, 1);
+    widget.hide();
+    glide.to(0, Pour::settle(Pour::boil));
+    EXPECT_EQ(glide.value(), 0) << "what cannot be seen does not move";
+    setMotionReduced(true);
+    widget.show();
+    glide.to(1, Pour::settle(Pour::boil));
+    EXPECT_EQ(glide.value(), 1);
+}
+
+TEST(Controls, PictureOfAllOfThem) {
+    QWidget board;
+    QPalette ground = board.palette();
+    ground.setColor(QPalette::Window, qColor(kettle));
+    board.setPalette(ground);
+    auto* grid = new QGridLayout(&board);
+    grid->setContentsMargins(24, 24, 24, 24);
+    grid->setSpacing(18);
+    auto* brassy = new BrassButton("Open Zorbel");
+    auto* quiet = new QuietButton("Not now");
+    auto* focused = new BrassButton("Focused");
+    grid->addWidget(brassy, 0, 0);
+    grid->addWidget(quiet, 0, 1);
+    grid->addWidget(new PlainButton("Quit", malaiDim), 0, 2);
+    grid->addWidget(focused, 0, 3);
+    auto* on = new Switch("On");
+    on->setChecked(true);
+    grid->addWidget(on, 1, 0);
+    grid->addWidget(new Switch("Off"), 1, 1);
+    grid->addWidget(new SteepDot(brass, true, 10), 1, 2);
+    grid->addWidget(new SteepDot(brass, false, 10), 1, 3);
+    grid->addWidget(new Reading("7.42", "GB", 22, QFont::Medium), 2, 0);
+    grid->addWidget(new Counter(false, makeText("  A card", TextStyle::callout, malai)), 2, 1);
+    grid->addWidget(new Counter(true, makeText("  A raised card", TextStyle::callout, malai)), 2, 2);
+    int column = 0;
+    for (const auto& entry : spiceColours) {
+        grid->addWidget(new SpiceIcon(std::string(entry.id), 64), 3 + column / 5 * 2, column % 5);
+        grid->addWidget(new SpiceIcon(std::string(entry.id), 18, column % 2 == 1), 4 + column / 5 * 2,
+                        column % 5);
+        ++column;
+    }
+    show(board, {620, 520});
+    board.activateWindow();
+    focused->setFocus(Qt::TabFocusReason);
+    settle();
+    savePicture(board, "controls");
+    for (const auto* button : board.findChildren<QAbstractButton*>()) {
+        EXPECT_FALSE(button->accessibleName().isEmpty());
+    }
+}
+
+} // namespace

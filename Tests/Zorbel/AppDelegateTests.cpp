@@ -1,0 +1,278 @@
+#include "Platforms/Simulated/SimulatedHost.hpp"
+#include "Platforms/Simulated/SimulatedShellWindows.hpp"
+#include "Zorbel/AppDelegate.hpp"
+#include "ZorbelKit/Spice.hpp"
+#include "ZorbelKit/Stall.hpp"
+#include "ZorbelKit/Surfaces/RecordingCanvas.hpp"
+
+#include <gtest/gtest.h>
+
+#include <map>
+
+namespace {
+
+using namespace ZorbelKit;
+using Simulated::SimulatedShellWindows;
+
+constexpr auto glassName = "zorbel.status";
+constexpr auto dashboardTitle = "Zorbel";
+constexpr auto onboardingTitle = "Welcome to Zorbel";
+
+/// The program on a simulated machine that has launched before.
+class AppDelegateTest : public ::testing::Test {
+protected:
+    AppDelegateTest() { host.defaults.setBoolean("app.hasLaunched", true); }
+
+    void launch() {
+        delegate.emplace(Zorbel::Host{.loop = host.loop,
+                                      .clock = host.clock,
+                                      .defaults = host.defaults,
+                                      .statusBar = host.statusBar,
+                                      .screens = host.screens,
+                                      .statistics = host.statistics,
+                                      .application = application,
+                                      .windows = windows,
+                                      .updater = nullptr,
+                                      .environment =
+                                          [this](std::string_view name) {
+                                              const auto found = environment.find(name);
+                                              return found == environment.end()
+                                                         ? std::nullopt
+                                                         : std::optional(found->second);
+                                          },
+                                      .information = [](std::string_view) { return std::nullopt; }});
+        delegate->applicationDidFinishLaunching();
+    }
+
+    void click(ClickButton button) { host.statusBar.click(glassName, button); }
+    SimulatedShellWindows::Popover& panel() { return *windows.popovers.at(0); }
+    int windowsShown() const {
+        int count = 0;
+        for (const auto& window : windows.windows) {
+            count += window->isShown ? 1 : 0;
+        }
+        return count;
+    }
+
+    /// Makes the machine this busy over the next watch interval.
+    void workAt(double load) {
+        const auto busy = static_cast<std::uint64_t>(load * 10'000);
+        host.statistics.work(busy, 10'000 - busy);
+    }
+
+    Simulated::SimulatedHost host;
+    Simulated::SimulatedApplication application;
+    SimulatedShellWindows windows;
+    std::map<std::string, std::string, std::less<>> environment;
+    std::optional<Zorbel::AppDelegate> delegate;
+};
+
+std::vector<RecordingCanvas::Mark> drawn(const Image& image) {
+    RecordingCanvas canvas;
+    image.draw(canvas, {0, 0, image.size().width, image.size().height});
+    return canvas.marks();
+}
+
+TEST_F(AppDelegateTest, LaunchIsAnAccessoryWithTheGlassOnTheBar) {
+    launch();
+    EXPECT_TRUE(application.isAccessory);
+    const auto* glass = host.statusBar.item(glassName);
+    ASSERT_NE(glass, nullptr);
+    EXPECT_EQ(glass->length, StatusBar::squareLength);
+    EXPECT_EQ(glass->toolTip, "Zorbel");
+    EXPECT_EQ(glass->image.size(), (Size{18, 18}));
+    EXPECT_TRUE(glass->image.isTemplate());
+    EXPECT_EQ(drawn(glass->image).size(), 3u) << "clip, chai and outline: no wisps at rest";
+    EXPECT_EQ(delegate->stall()->spices().size(), 10u);
+}
+
+TEST_F(AppDelegateTest, ALaterLaunchOpensNoWindow) {
+    launch();
+    host.loop.advance(Seconds{60});
+    EXPECT_EQ(windowsShown(), 0);
+    EXPECT_TRUE(windows.popovers.empty());
+}
+
+TEST_F(AppDelegateTest, TheFirstLaunchOpensOnboardingAfterFourTenths) {
+    host.defaults.remove("app.hasLaunched");
+    launch();
+    host.loop.advance(Seconds{0.399});
+    EXPECT_EQ(windowsShown(), 0);
+    host.loop.advance(Seconds{0.001});
+    EXPECT_TRUE(windows.shows(onboardingTitle));
+    EXPECT_EQ(windows.titled(onboardingTitle)->style.contentSize, (Size{720, 560}));
+    EXPECT_FALSE(windows.titled(onboardingTitle)->style.minimumSize) << "not resizable";
+    host.loop.advance(Seconds{60});
+    EXPECT_FALSE(windows.shows(dashboardTitle)) << "the dashboard waits until onboarding is finished";
+}
+
+TEST_F(AppDelegateTest, AStoredLaunchThatIsNoBooleanCountsAsNone) {
+    host.defaults.setString("app.hasLaunched", "true");
+    launch();
+    host.loop.advance(Seconds{0.4});
+    EXPECT_TRUE(windows.shows(onboardingTitle));
+}
+
+TEST_F(AppDelegateTest, TheEnvironmentOpensTheDashboardAfterThreeTenthsEvenOnAFirstLaunch) {
+    host.defaults.remove("app.hasLaunched");
+    environment["ZORBEL_OPEN_DASHBOARD"] = "";
+    launch();
+    host.loop.advance(Seconds{0.299});
+    EXPECT_EQ(windowsShown(), 0);
+    host.loop.advance(Seconds{0.001});
+    EXPECT_TRUE(windows.shows(dashboardTitle));
+    host.loop.advance(Seconds{60});
+    EXPECT_EQ(windows.titled(onboardingTitle), nullptr);
+}
+
+TEST_F(AppDelegateTest, ADelayedWindowDoesNotOpenOnceTheDelegateIsGone) {
+    environment["ZORBEL_OPEN_DASHBOARD"] = "1";
+    launch();
+    delegate.reset();
+    host.loop.advance(Seconds{1});
+    EXPECT_TRUE(windows.windows.empty());
+}
+
+TEST_F(AppDelegateTest, ARightClickOpensTheDashboardAndNeverThePanel) {
+    launch();
+    click(ClickButton::right);
+    EXPECT_TRUE(windows.shows(dashboardTitle));
+    EXPECT_TRUE(windows.popovers.empty());
+    EXPECT_EQ(application.activations, 1);
+    const auto& style = windows.titled(dashboardTitle)->style;
+    EXPECT_EQ(style.contentSize, (Size{960, 640}));
+    EXPECT_EQ(style.minimumSize, (Size{840, 560}));
+}
+
+TEST_F(AppDelegateTest, ARightClickAgainFrontsTheSameDashboard) {
+    launch();
+    click(ClickButton::right);
+    click(ClickButton::right);
+    EXPECT_EQ(windows.windows.size(), 1u);
+    EXPECT_EQ(windows.titled(dashboardTitle)->fronts, 2);
+    windows.windows.at(0)->isShown = false; // closed by the user
+    click(ClickButton::right);
+    EXPECT_EQ(windows.windows.size(), 1u) << "closing only hides it";
+    EXPECT_TRUE(windows.shows(dashboardTitle));
+}
+
+TEST_F(AppDelegateTest, ALeftClickTogglesThePanelUnderTheGlass) {
+    launch();
+    click(ClickButton::left);
+    EXPECT_TRUE(panel().isShown);
+    EXPECT_EQ(panel().contentSize, (Size{328, 420}));
+    EXPECT_EQ(panel().anchor, host.statusBar.item(glassName)->frame);
+    click(ClickButton::left);
+    EXPECT_FALSE(panel().isShown);
+    click(ClickButton::left);
+    EXPECT_TRUE(panel().isShown);
+    EXPECT_EQ(windows.popovers.size(), 1u) << "made once, then kept";
+    EXPECT_EQ(windowsShown(), 0);
+}
+
+TEST_F(AppDelegateTest, TheGlassSteamsAtThreeQuartersWhileThePanelIsOpen) {
+    launch();
+    click(ClickButton::left);
+    EXPECT_DOUBLE_EQ(delegate->steam().level(), 0.75);
+    host.loop.advance(Seconds{120});
+    EXPECT_DOUBLE_EQ(delegate->steam().level(), 0.75);
+    panel().close(); // a click elsewhere
+    EXPECT_DOUBLE_EQ(delegate->steam().level(), 0);
+    EXPECT_FALSE(delegate->steam().isRunning());
+}
+
+TEST_F(AppDelegateTest, EverySteamFrameRedrawsTheGlassAndRestRedrawsItOnce) {
+    launch();
+    click(ClickButton::left);
+    auto* glass = host.statusBar.item(glassName);
+    const int before = glass->imagesShown;
+    host.loop.advance(Seconds{1});
+    EXPECT_EQ(glass->imagesShown, before + 12);
+    EXPECT_EQ(drawn(glass->image).size(), 6u) << "three wisps more than at rest";
+    click(ClickButton::left);
+    EXPECT_EQ(glass->imagesShown, before + 13);
+    EXPECT_EQ(drawn(glass->image).size(), 3u);
+    host.loop.advance(Seconds{10});
+    EXPECT_EQ(glass->imagesShown, before + 13) << "a resting glass draws nothing";
+}
+
+TEST_F(AppDelegateTest, ALoadTickAboveTheLimitPuffsForTwoAndAHalfSeconds) {
+    struct Row {
+        const char* name;
+        double load;
+        double level;
+    };
+    const Row rows[] = {
+        {"idle", 0.0, 0},
+        {"just below", 0.3499, 0},
+        {"exactly at the limit", 0.35, 0},
+        {"just above", 0.3501, 0.3501},
+        {"full", 1.0, 1.0},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        delegate.reset();
+        launch();
+        workAt(row.load);
+        host.loop.advance(Seconds{14.999});
+        EXPECT_DOUBLE_EQ(delegate->steam().level(), 0);
+        host.loop.advance(Seconds{0.001});
+        EXPECT_NEAR(delegate->steam().level(), row.level, 1e-9);
+        host.loop.advance(Seconds{2.499});
+        EXPECT_NEAR(delegate->steam().level(), row.level, 1e-9);
+        host.loop.advance(Seconds{0.001});
+        EXPECT_DOUBLE_EQ(delegate->steam().level(), 0);
+    }
+}
+
+TEST_F(AppDelegateTest, ALoadTickWhileThePanelIsOpenChangesNothing) {
+    launch();
+    click(ClickButton::left);
+    workAt(0.9);
+    host.loop.advance(Seconds{15});
+    EXPECT_DOUBLE_EQ(delegate->steam().level(), 0.75);
+    host.loop.advance(Seconds{10});
+    EXPECT_DOUBLE_EQ(delegate->steam().level(), 0.75) << "held, not a puff that ends";
+}
+
+TEST_F(AppDelegateTest, QuittingStopsEverySpiceAndKeepsTheStoredStates) {
+    launch();
+    const auto stored = host.defaults.values();
+    click(ClickButton::left);
+    delegate->applicationWillTerminate();
+    EXPECT_EQ(host.defaults.values(), stored);
+    EXPECT_EQ(delegate->stall()->steepingCount(), 0);
+    EXPECT_DOUBLE_EQ(delegate->steam().level(), 0);
+    panel().close();
+    delegate.reset();
+    EXPECT_EQ(host.liveThings(), 0);
+}
+
+TEST_F(AppDelegateTest, WithoutAMenuBarTheDashboardStandsInAfterFiveSeconds) {
+    host.statusBar.setShowsItems(false);
+    launch();
+    host.loop.advance(Seconds{4.999});
+    EXPECT_EQ(windowsShown(), 0);
+    host.loop.advance(Seconds{0.001});
+    EXPECT_TRUE(windows.shows(dashboardTitle));
+    delegate->togglePanel();
+    EXPECT_TRUE(windows.popovers.empty()) << "no item to hang a panel from";
+}
+
+TEST_F(AppDelegateTest, AnUnreachableMenuBarOpensTheDashboardOnce) {
+    host.statusBar.setReachable(false);
+    launch();
+    host.loop.advance(Seconds{5});
+    EXPECT_TRUE(windows.shows(dashboardTitle));
+    windows.windows.at(0)->isShown = false;
+    host.loop.advance(Seconds{600});
+    EXPECT_FALSE(windows.shows(dashboardTitle)) << "closed by the user, it stays closed";
+}
+
+TEST_F(AppDelegateTest, DestroyingTheDelegateTakesTheGlassOffTheBar) {
+    launch();
+    delegate.reset();
+    EXPECT_EQ(host.statusBar.liveItems(), 0);
+}
+
+} // namespace

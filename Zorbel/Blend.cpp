@@ -1,0 +1,32 @@
+#include "Zorbel/Blend.hpp"
+
+#include "Duvesk/Duvesk.hpp"
+#include "Fotrel/Fotrel.hpp"
+#include "Hushel/Hushel.hpp"
+#include "Ledgra/Ledgra.hpp"
+#include "Mordan/Mordan.hpp"
+#include "Pintho/Pintho.hpp"
+#include "Rusket/Rusket.hpp"
+#include "Sivrel/Sivrel.hpp"
+#include "Tonvik/Tonvik.hpp"
+#include "Wendrel/Wendrel.hpp"
+#include "ZorbelKit/Stall.hpp"
+
+namespace Zorbel::Blend {
+
+std::unique_ptr<ZorbelKit::Stall> build(const Host& host) {
+    auto stall = std::make_unique<ZorbelKit::Stall>(host.defaults, host.loop);
+    stall->add(std::make_unique<Sivrel::SivrelSpice>());
+    stall->add(std::make_unique<Mordan::MordanSpice>());
+    stall->add(std::make_unique<Pintho::PinthoSpice>());
+    stall->add(std::make_unique<Rusket::RusketSpice>(host.loop, host.statistics));
+    stall->add(std::make_unique<Wendrel::WendrelSpice>());
+    stall->add(std::make_unique<Duvesk::DuveskSpice>());
+    stall->add(std::make_unique<Fotrel::FotrelSpice>());
+    stall->add(std::make_unique<Hushel::HushelSpice>());
+    stall->add(std::make_unique<Tonvik::TonvikSpice>());
+    stall->add(std::make_unique<Ledgra::LedgraSpice>());
+    return stall;
+}
+
+} // namespace Zorbel::Blend

@@ -1,0 +1,41 @@
+#pragma once
+
+#include "ZorbelKit/Forward.hpp"
+
+#include <functional>
+#include <optional>
+#include <string>
+#include <string_view>
+
+namespace Rusket {
+class HostStatistics;
+}
+
+namespace Zorbel {
+
+class Application;
+class ShellWindows;
+class UpdaterController;
+
+/// A value of the process environment; none where the variable is not set.
+using Environment = std::function<std::optional<std::string>(std::string_view name)>;
+
+/// A string of the application's information file; none where the key is absent or not a string.
+using Information = std::function<std::optional<std::string>(std::string_view key)>;
+
+/// Everything the suite asks of the system it runs on. All of it outlives the application.
+struct Host {
+    ZorbelKit::MainLoop& loop;
+    ZorbelKit::Clock& clock;
+    ZorbelKit::Defaults& defaults;
+    ZorbelKit::StatusBar& statusBar;
+    ZorbelKit::Screens& screens;
+    Rusket::HostStatistics& statistics;
+    Application& application;
+    ShellWindows& windows;
+    UpdaterController* updater; // null where the platform has none
+    Environment environment;
+    Information information;
+};
+
+} // namespace Zorbel

@@ -1,0 +1,127 @@
+#include "ZorbelKit/Controls/Accessible.hpp"
+
+#include <QAbstractButton>
+#include <QAccessibleObject>
+#include <QAccessibleWidget>
+#include <QApplication>
+#include <QVariant>
+#include <QWidget>
+
+namespace ZorbelKit {
+
+namespace {
+
+constexpr const char* roleProperty = "accessibleRole";
+constexpr const char* selectedProperty = "accessibleSelected";
+
+/// A widget with the role it was given; buttons among them can be pressed.
+class RoleInterface : public QAccessibleWidget {
+public:
+    RoleInterface(QWidget* widget, QAccessible::Role role)
+        : QAccessibleWidget(widget, role) {}
+
+    QAccessible::State state() const override {
+        QAccessible::State state = QAccessibleWidget::state();
+        const QVariant selected = widget()->property(selectedProperty);
+        if (selected.isValid()) {
+            state.selectable = true;
+            state.selected = selected.toBool();
+        }
+        if (const auto* button = dynamic_cast<const QAbstractButton*>(widget())) {
+            state.checkable = button->isCheckable();
+            state.checked = button->isChecked();
+            state.pressed = button->isDown();
+        }
+        return state;
+    }
+
+    QStringList actionNames() const override {
+        QStringList names;
+        if (const auto* button = dynamic_cast<const QAbstractButton*>(widget());
+            button && button->isEnabled()) {
+            names << (button->isCheckable() ? toggleAction() : pressAction());
+        }
+        return names << QAccessibleWidget::actionNames();
+    }
+
+    void doAction(const QString& name) override {
+        if (auto* button = dynamic_cast<QAbstractButton*>(widget());
+            button && (name == pressAction() || name == toggleAction())) {
+            button->click();
+            return;
+        }
+        QAccessibleWidget::doAction(name);
+    }
+};
+
+/// The application with its open popups, which the toolkit leaves out: a reader that walks from the top finds
+/// the panel.
+class ApplicationInterface : public QAccessibleApplication {
+public:
+    int childCount() const override {
+        return QAccessibleApplication::childCount() + static_cast<int>(popups().size());
+    }
+
+    QAccessibleInterface* child(int index) const override {
+        const int known = QAccessibleApplication::childCount();
+        return index < known ? QAccessibleApplication::child(index)
+                             : QAccessible::queryAccessibleInterface(popups().value(index - known));
+    }
+
+    int indexOfChild(const QAccessibleInterface* child) const override {
+        const int index = QAccessibleApplication::indexOfChild(child);
+        const auto popup = child ? popups().indexOf(dynamic_cast<QWidget*>(child->object())) : -1;
+        return index >= 0 || popup < 0 ? index
+                                       : QAccessibleApplication::childCount() + static_cast<int>(popup);
+    }
+
+private:
+    static QWidgetList popups() {
+        QWidgetList found;
+        for (QWidget* widget : QApplication::topLevelWidgets()) {
+            if (widget->windowType() == Qt::Popup && widget->isVisible()) {
+                found << widget;
+            }
+        }
+        return found;
+    }
+};
+
+QAccessibleInterface* makeInterface(const QString&, QObject* object) {
+    if (object == qApp) {
+        return new ApplicationInterface;
+    }
+    auto* widget = dynamic_cast<QWidget*>(object);
+    const QVariant role = widget ? widget->property(roleProperty) : QVariant();
+    return role.isValid() ? new RoleInterface(widget, static_cast<QAccessible::Role>(role.toInt())) : nullptr;
+}
+
+} // namespace
+
+void installAccessibility() {
+    QAccessible::installFactory(makeInterface);
+}
+
+void setAccessible(QWidget& widget, QAccessible::Role role, const QString& name, const QString& description) {
+    widget.setProperty(roleProperty, static_cast<int>(role));
+    widget.setAccessibleName(name);
+    widget.setAccessibleDescription(description);
+}
+
+void setAccessibleText(QWidget& widget, const QString& name) {
+    if (widget.accessibleName() != name) {
+        widget.setAccessibleName(name);
+    }
+}
+
+void setAccessibleSelected(QWidget& widget, bool selected) {
+    widget.setProperty(selectedProperty, selected);
+    if (QAccessible::isActive()) {
+        QAccessible::State changed;
+        changed.selected = true;
+        QAccessibleStateChangeEvent event(&widget, changed);
+        QAccessible::updateAccessibility(&event);
+    }
+}
+
+} // namespace ZorbelKit

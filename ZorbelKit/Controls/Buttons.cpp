@@ -1,0 +1,139 @@
+#include "ZorbelKit/Controls/Buttons.hpp"
+
+#include "ZorbelKit/Controls/Accessible.hpp"
+#include "ZorbelKit/Controls/Text.hpp"
+#include "ZorbelKit/Palette.hpp"
+#include "ZorbelKit/Surfaces/Theme.hpp"
+
+#include <QFocusEvent>
+#include <QPainter>
+
+#include <cmath>
+#include <utility>
+
+namespace ZorbelKit {
+
+namespace {
+
+QColor mixed(const Color& from, const Color& to, double share) {
+    const auto blend = [share](double a, double b) { return a + (b - a) * share; };
+    return qColor({blend(from.red, to.red), blend(from.green, to.green), blend(from.blue, to.blue),
+                   blend(from.opacity, to.opacity)});
+}
+
+QFont buttonFont() {
+    QFont font = styleFont(TextStyle::callout);
+    font.setWeight(QFont::Medium);
+    return font;
+}
+
+ButtonLook brassLook() {
+    // Dark on brass reads at 4.7 : 1; the light text colour would at 2.1 : 1.
+    return {.fill = brass,
+            .hoverFill = brassHi,
+            .pressedFill = brassDim,
+            .border = brass.withOpacity(0),
+            .text = stall,
+            .hoverText = stall,
+            .font = buttonFont()};
+}
+
+ButtonLook quietLook() {
+    return {.fill = kettleHi,
+            .hoverFill = kettlePeak,
+            .pressedFill = stall,
+            .border = rim,
+            .text = malai,
+            .hoverText = malai,
+            .font = buttonFont()};
+}
+
+ButtonLook plainLook(const Color& colour) {
+    const Color clear = kettleHi.withOpacity(0);
+    return {.fill = clear,
+            .hoverFill = clear,
+            .pressedFill = clear,
+            .border = clear,
+            .text = colour,
+            .hoverText = malai,
+            .font = buttonFont(),
+            .paddingX = 6};
+}
+
+} // namespace
+
+bool showsFocusFor(Qt::FocusReason reason) {
+    return reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ||
+           reason == Qt::ShortcutFocusReason;
+}
+
+PaintedButton::PaintedButton(const QString& text, ButtonLook look, QWidget* parent)
+    : QAbstractButton(parent)
+    , look_(std::move(look))
+    , hover_(*this)
+    , press_(*this) {
+    setText(text);
+    setFont(look_.font);
+    setFocusPolicy(Qt::StrongFocus);
+    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
+    setAccessible(*this, QAccessible::Button, text);
+    connect(this, &QAbstractButton::pressed, this, [this] { press_.to(1, Pour::settle(Pour::sip)); });
+    connect(this, &QAbstractButton::released, this, [this] { press_.to(0, Pour::settle(Pour::sip)); });
+}
+
+QSize PaintedButton::sizeHint() const {
+    const QFontMetricsF metrics(font());
+    return {static_cast<int>(std::ceil(metrics.horizontalAdvance(text()) + 2 * look_.paddingX)),
+            static_cast<int>(std::ceil(metrics.height() + 2 * look_.paddingY))};
+}
+
+void PaintedButton::paintEvent(QPaintEvent*) {
+    QPainter painter(this);
+    painter.setRenderHint(QPainter::Antialiasing);
+    painter.setOpacity(isEnabled() ? 1 : 0.4);
+    const QColor hovered = mixed(look_.fill, look_.hoverFill, hover_.value());
+    const Color hoveredFill{hovered.redF(), hovered.greenF(), hovered.blueF(), hovered.alphaF()};
+    painter.setBrush(mixed(hoveredFill, look_.pressedFill, press_.value()));
+    painter.setPen(qColor(look_.border));
+    painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), look_.radius, look_.radius);
+    painter.setPen(mixed(look_.text, look_.hoverText, hover_.value()));
+    painter.setFont(font());
+    painter.drawText(rect(), Qt::AlignCenter | Qt::TextHideMnemonic, text());
+    if (showsFocus_) {
+        paintFocusRing(painter, rect(), look_.radius);
+    }
+}
+
+void PaintedButton::enterEvent(QEnterEvent* event) {
+    hover_.to(1, Pour::settle(Pour::sip));
+    QAbstractButton::enterEvent(event);
+}
+
+void PaintedButton::leaveEvent(QEvent* event) {
+    hover_.to(0, Pour::settle(Pour::sip));
+    QAbstractButton::leaveEvent(event);
+}
+
+void PaintedButton::focusInEvent(QFocusEvent* event) {
+    showsFocus_ = showsFocusFor(event->reason());
+    QAbstractButton::focusInEvent(event);
+}
+
+void PaintedButton::focusOutEvent(QFocusEvent* event) {
+    showsFocus_ = false;
+    QAbstractButton::focusOutEvent(event);
+}
+
+BrassButton::BrassButton(const QString& text, QWidget* parent)
+    : PaintedButton(text, brassLook(), parent) {
+}
+
+QuietButton::QuietButton(const QString& text, QWidget* parent)
+    : PaintedButton(text, quietLook(), parent) {
+}
+
+PlainButton::PlainButton(const QString& text, const Color& colour, QWidget* parent)
+    : PaintedButton(text, plainLook(colour), parent) {
+}
+
+} // namespace ZorbelKit

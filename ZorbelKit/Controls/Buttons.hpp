@@ -1,0 +1,68 @@
+#pragma once
+
+#include "ZorbelKit/Color.hpp"
+#include "ZorbelKit/Controls/Glide.hpp"
+
+#include <QAbstractButton>
+#include <QFont>
+
+namespace ZorbelKit {
+
+/// How a button is painted at rest, under the pointer and pressed. Paddings and radius in points.
+struct ButtonLook {
+    Color fill;
+    Color hoverFill;
+    Color pressedFill;
+    Color border;
+    Color text;
+    Color hoverText;
+    QFont font;
+    double paddingX = 14;
+    double paddingY = 7;
+    double radius = 8;
+};
+
+/// A button with a label, painted from a look; hover and press are animated.
+class PaintedButton : public QAbstractButton {
+public:
+    QSize sizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    PaintedButton(const QString& text, ButtonLook look, QWidget* parent);
+
+    void paintEvent(QPaintEvent* event) override;
+    void enterEvent(QEnterEvent* event) override;
+    void leaveEvent(QEvent* event) override;
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    ButtonLook look_;
+    Glide hover_;
+    Glide press_;
+    bool showsFocus_ = false;
+};
+
+/// The one main action of a place.
+class BrassButton : public PaintedButton {
+public:
+    explicit BrassButton(const QString& text, QWidget* parent = nullptr);
+};
+
+/// A secondary action.
+class QuietButton : public PaintedButton {
+public:
+    explicit QuietButton(const QString& text, QWidget* parent = nullptr);
+};
+
+/// An action that looks like text.
+class PlainButton : public PaintedButton {
+public:
+    PlainButton(const QString& text, const Color& colour, QWidget* parent = nullptr);
+};
+
+/// Whether focus that came for this reason is shown: by keyboard yes, by pointer no.
+bool showsFocusFor(Qt::FocusReason reason);
+
+} // namespace ZorbelKit

@@ -1,0 +1,26 @@
+#include "ZorbelKit/Controls/Text.hpp"
+
+#include "ZorbelKit/Surfaces/Theme.hpp"
+
+namespace ZorbelKit {
+
+QFont styleFont(TextStyle style) {
+    return interfaceFont(style == TextStyle::callout ? 12 : 10);
+}
+
+QLabel* makeText(const QString& text, const QFont& font, const Color& colour, QWidget* parent) {
+    auto* label = new QLabel(text, parent);
+    label->setTextFormat(Qt::PlainText);
+    label->setFont(font);
+    QPalette colours = label->palette();
+    colours.setColor(QPalette::WindowText, qColor(colour));
+    label->setPalette(colours);
+    label->setForegroundRole(QPalette::WindowText); // inside a button it would take the button's own
+    return label;
+}
+
+QLabel* makeText(const QString& text, TextStyle style, const Color& colour, QWidget* parent) {
+    return makeText(text, styleFont(style), colour, parent);
+}
+
+} // namespace ZorbelKit

@@ -1,0 +1,25 @@
+#pragma once
+
+#include "ZorbelKit/Color.hpp"
+
+#include <QFont>
+#include <QLabel>
+
+#include <string_view>
+
+namespace ZorbelKit {
+
+/// A model's text (UTF-8) for the toolkit.
+inline QString qString(std::string_view text) {
+    return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
+}
+
+enum class TextStyle { callout, caption };
+
+QFont styleFont(TextStyle style); // callout 12 points, caption 10
+
+/// A plain text in one colour. `setText` with an equal text repaints nothing.
+QLabel* makeText(const QString& text, const QFont& font, const Color& colour, QWidget* parent = nullptr);
+QLabel* makeText(const QString& text, TextStyle style, const Color& colour, QWidget* parent = nullptr);
+
+} // namespace ZorbelKit

@@ -1,0 +1,26 @@
+#pragma once
+
+/// Names of the kit's types, for headers that only pass them on.
+namespace ZorbelKit {
+
+class AnyView;
+class Canvas;
+class Clock;
+class Defaults;
+class Image;
+class Lifetime;
+class MainLoop;
+class Observable;
+class Screens;
+class Spice;
+class Stall;
+class StatusBar;
+class StatusItem;
+class Steam;
+class Token;
+struct Color;
+struct Point;
+struct Rect;
+struct Size;
+
+} // namespace ZorbelKit

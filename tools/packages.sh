@@ -1,0 +1,44 @@
+# Debian packages the project needs, by purpose; sourced by the scripts in the top folder.
+#
+#   need build test      installs what is missing of these groups, and nothing when all is there
+
+packages_build="g++ cmake ninja-build ccache pkg-config qt6-base-dev qt6-svg-dev libqt6svg6 libxcb1-dev nlohmann-json3-dev libgtest-dev libbenchmark-dev"
+packages_run="fonts-inter"
+packages_test="xvfb xauth x11-utils x11-xserver-utils openbox wmctrl dbus at-spi2-core libatspi2.0-dev libxcb-xtest0-dev libglib2.0-bin procps fonts-inter xfce4-panel xfconf"
+packages_display="xvfb x11-utils x11-xserver-utils openbox wmctrl dbus fonts-inter libxcb-xtest0-dev"
+packages_bench="xvfb x11-utils x11-xserver-utils openbox wmctrl dbus fonts-inter libxcb-xtest0-dev libxcb-damage0-dev conky-std"
+packages_format="clang-format clang-tidy clang"
+
+need() {
+    local group list missing=()
+    for group in "$@"; do
+        list="packages_$group"
+        for package in ${!list}; do
+            dpkg-query -W -f='${db:Status-Status}' "$package" 2>/dev/null | grep -qx installed || missing+=("$package")
+        done
+    done
+    [ ${#missing[@]} -eq 0 ] && return 0
+    local as_root=()
+    if [ "$(id -u)" -ne 0 ]; then
+        command -v sudo >/dev/null || { echo "These Debian packages are missing, and neither root nor sudo is at hand: ${missing[*]}" >&2; return 1; }
+        as_root=(sudo)
+    fi
+    echo "Installing: ${missing[*]}"
+    "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get update -qq &&
+        "${as_root[@]}" env DEBIAN_FRONTEND=noninteractive apt-get install -y -qq --no-install-recommends "${missing[@]}" >/dev/null
+}
+
+# configure_and_build PRESET [cmake option…]: quiet when nothing changed; the build's own words when it fails.
+configure_and_build() {
+    local preset=$1 log
+    shift
+    log=$(mktemp)
+    if ! { cmake --preset "$preset" "$@" && cmake --build --preset "$preset"; } >"$log" 2>&1; then
+        tail -n 80 "$log" >&2
+        rm -f "$log"
+        return 1
+    fi
+    grep -E 'warning:' "$log" >&2
+    rm -f "$log"
+    return 0
+}
