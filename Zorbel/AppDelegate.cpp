@@ -88,11 +88,13 @@ void AppDelegate::openFirstWindow() {
 }
 
 void AppDelegate::watchReachability() {
-    reachability_ = host_.loop.after(trayPatience, [this] {
+    const auto standIn = [this] {
         if ((!statusItem_ || !host_.statusBar.isReachable()) && !onboarding_) {
             showDashboard();
         }
-    });
+    };
+    patience_ = host_.loop.after(trayPatience, standIn);
+    reachability_ = host_.statusBar.onChange(standIn);
 }
 
 void AppDelegate::clicked(const StatusClick& click) {

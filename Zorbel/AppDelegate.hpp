@@ -59,6 +59,7 @@ private:
     ZorbelKit::Lifetime lifetime_;
     ZorbelKit::Token loadTimer_;
     ZorbelKit::Token firstWindow_;
+    ZorbelKit::Token patience_;
     ZorbelKit::Token reachability_;
 };
 

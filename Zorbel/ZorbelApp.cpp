@@ -3,6 +3,7 @@
 #include "Platforms/Linux/ProcHostStatistics.hpp"
 #include "Platforms/Linux/SingleInstance.hpp"
 #include "Platforms/Linux/TerminationSignals.hpp"
+#include "Platforms/Linux/XConnection.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
 #include "Platforms/Qt/QtScreens.hpp"
 #include "Platforms/Qt/QtShellWindows.hpp"
@@ -11,8 +12,10 @@
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
 #include <QApplication>
+#include <QEvent>
 #include <xcb/xcb.h>
 
+#include <csignal>
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
@@ -21,17 +24,14 @@ namespace Zorbel {
 
 namespace {
 
-/// Where settings live: the XDG configuration folder, else the home folder's own.
+/// Where settings live: the XDG configuration folder, else the home folder's own. Empty where there is neither.
 std::filesystem::path settingsFile() {
-    const auto folder = [](const char* variable) -> std::filesystem::path {
-        const char* value = std::getenv(variable);
-        return value && *value == '/' ? value : "";
+    const auto below = [](const char* variable, const char* file) -> std::filesystem::path {
+        const char* folder = std::getenv(variable);
+        return folder && *folder == '/' ? std::filesystem::path(folder) / file : std::filesystem::path();
     };
-    std::filesystem::path base = folder("XDG_CONFIG_HOME");
-    if (base.empty()) {
-        base = folder("HOME") / ".config";
-    }
-    return base / "zorbel" / "settings.json";
+    const auto configured = below("XDG_CONFIG_HOME", "zorbel/settings.json");
+    return configured.empty() ? below("HOME", ".config/zorbel/settings.json") : configured;
 }
 
 std::optional<std::string> environmentValue(std::string_view name) {
@@ -50,6 +50,22 @@ bool canOpenDisplay() {
     return isOpen;
 }
 
+/// Ends when the session asks it to. The toolkit's own way closes every window first and gives up when one stays, and
+/// ours only hide.
+class AccessoryApplication : public QApplication {
+public:
+    using QApplication::QApplication;
+
+protected:
+    bool event(QEvent* event) override {
+        if (event->type() == QEvent::Quit) {
+            exit(0);
+            return true;
+        }
+        return QApplication::event(event);
+    }
+};
+
 /// The application type: puts the platform's parts together and lets the delegate run the program.
 class ZorbelApp {
 public:
@@ -57,7 +73,7 @@ public:
         QApplication::setApplicationName("zorbel");
         QApplication::setApplicationDisplayName("Zorbel");
         QApplication::setDesktopFileName(Linux::applicationId);
-        QApplication application(argumentCount, arguments);
+        AccessoryApplication application(argumentCount, arguments);
         AppDelegate* running = nullptr;
         const auto comeForward = [&running] {
             if (running) {
@@ -77,7 +93,7 @@ public:
         QtPlatform::QtClock clock;
         QtPlatform::QtScreens screens;
         QtPlatform::QtApplication desktop;
-        QtPlatform::QtShellWindows windows;
+        QtPlatform::QtShellWindows windows(Linux::isComposited);
         Linux::JsonDefaults defaults(settingsFile(), loop);
         Linux::ProcHostStatistics statistics;
         Linux::LinuxStatusBar statusBar(loop);
@@ -108,6 +124,7 @@ public:
 } // namespace Zorbel
 
 int main(int argumentCount, char** arguments) {
+    std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is an error to report, not a reason to die
     if (!Zorbel::canOpenDisplay()) {
         const char* display = std::getenv("DISPLAY");
         std::fprintf(stderr, "zorbel: no display can be opened (DISPLAY is %s)\n",

@@ -262,6 +262,11 @@ public:
 private:
     void load() {
         using State = FileContents::State;
+        if (file_.empty()) {
+            canStore_ = false;
+            say("there is no folder for settings (neither XDG_CONFIG_HOME nor HOME is set); changes last for this run only");
+            return;
+        }
         auto contents = readFile(file_);
         if (contents.state == State::read) {
             if (auto values = parse(contents.text)) {

@@ -19,6 +19,8 @@ namespace Linux {
 /// A change is stored a moment later by a background task; changes that come together are stored together.
 /// What could not be stored is kept and tried again at the next change or `flush`.
 ///
+/// An empty path means that there is no place for a file: settings then last for this run only.
+///
 /// A damaged file is renamed ("settings.json.damaged-20260314T090000Z") and we start afresh. If there is a
 /// file that can be neither read nor renamed, it is left alone: settings then last for this run only.
 ///

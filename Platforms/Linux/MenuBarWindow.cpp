@@ -1,6 +1,7 @@
 #include "Platforms/Linux/MenuBarWindow.hpp"
 
 #include "Platforms/Linux/StatusLayout.hpp"
+#include "Platforms/Linux/XConnection.hpp"
 #include "ZorbelKit/Controls/Accessible.hpp"
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/PainterCanvas.hpp"
@@ -16,9 +17,6 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
-#include <cstring>
-#include <memory>
 
 namespace Linux {
 
@@ -28,22 +26,10 @@ namespace {
 
 constexpr int edgePadding = 10; // between the screen's right edge and the first item
 
-xcb_connection_t* xConnection() {
-    const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();
-    return x11 ? x11->connection() : nullptr;
-}
-
-xcb_atom_t atom(xcb_connection_t* connection, const char* name) {
-    const auto cookie = xcb_intern_atom(connection, 0, static_cast<std::uint16_t>(std::strlen(name)), name);
-    const std::unique_ptr<xcb_intern_atom_reply_t, decltype(&std::free)> reply(
-        xcb_intern_atom_reply(connection, cookie, nullptr), &std::free);
-    return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
-}
-
 template <std::size_t count>
 void setCardinals(xcb_connection_t* connection, xcb_window_t window, const char* property,
                   const std::array<std::uint32_t, count>& values) {
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(connection, property),
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, xAtom(connection, property),
                         XCB_ATOM_CARDINAL, 32, count, values.data());
 }
 
@@ -212,8 +198,8 @@ void MenuBarWindow::declareDock() {
         return;
     }
     const auto window = static_cast<xcb_window_t>(winId());
-    const xcb_atom_t dock = atom(connection, "_NET_WM_WINDOW_TYPE_DOCK");
-    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, atom(connection, "_NET_WM_WINDOW_TYPE"),
+    const xcb_atom_t dock = xAtom(connection, "_NET_WM_WINDOW_TYPE_DOCK");
+    xcb_change_property(connection, XCB_PROP_MODE_REPLACE, window, xAtom(connection, "_NET_WM_WINDOW_TYPE"),
                         XCB_ATOM_ATOM, 32, 1, &dock);
     setCardinals(connection, window, "_NET_WM_DESKTOP", std::array<std::uint32_t, 1>{0xFFFFFFFF});
 }

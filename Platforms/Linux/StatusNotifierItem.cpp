@@ -90,6 +90,12 @@ StatusNotifierItem::StatusNotifierItem(ZorbelKit::MainLoop& loop, std::string pa
     qDBusRegisterMetaType<QList<IconPixmap>>();
     qDBusRegisterMetaType<ToolTip>();
     QDBusConnection::sessionBus().registerVirtualObject(path_, this);
+    if (!deliversRightClicks(qEnvironmentVariable("XDG_CURRENT_DESKTOP").toStdString())) {
+        menu_ = std::make_unique<StatusMenu>(path_ + "/Menu", "Open Zorbel", [this] {
+            const auto click = clicked_; // the click may destroy the item
+            click(ClickButton::right, {});
+        });
+    }
 }
 
 StatusNotifierItem::~StatusNotifierItem() {
@@ -174,7 +180,7 @@ QVariantMap StatusNotifierItem::properties() const {
         {"AttentionMovieName", ""},
         {"ToolTip", QVariant::fromValue(toolTip)},
         {"ItemIsMenu", false},
-        {"Menu", QVariant::fromValue(QDBusObjectPath(noMenu))},
+        {"Menu", QVariant::fromValue(QDBusObjectPath(menu_ ? menu_->path() : noMenu))},
     };
 }
 

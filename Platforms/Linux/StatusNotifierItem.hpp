@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platforms/Linux/StatusMenu.hpp"
 #include "ZorbelKit/Host/Image.hpp"
 #include "ZorbelKit/Host/MainLoop.hpp"
 #include "ZorbelKit/Host/StatusBar.hpp"
@@ -9,6 +10,7 @@
 #include <QImage>
 
 #include <functional>
+#include <memory>
 #include <string>
 
 namespace Linux {
@@ -24,9 +26,9 @@ struct IconPixmap {
 
 IconPixmap iconPixmap(const QImage& image);
 
-/// An item in the desktop's tray (org.kde.StatusNotifierItem). It has no menu of its own, so that a right
-/// click arrives as a click: hosts send `ContextMenu` for an item without a menu. Nothing here waits for
-/// another process.
+/// An item in the desktop's tray (org.kde.StatusNotifierItem). Where the tray sends `ContextMenu` for an item
+/// without a menu it has none, and a right click arrives as a click; elsewhere a menu of one entry stands in for
+/// the right click. Nothing here waits for another process.
 class StatusNotifierItem : public QDBusVirtualObject {
 public:
     /// Hosts fetch every picture again at each change: at most four changes a second are told.
@@ -58,6 +60,7 @@ private:
     const QString path_;
     const QString name_;
     ClickHandler clicked_;
+    std::unique_ptr<StatusMenu> menu_; // null where right clicks are delivered
     QString toolTip_;
     QList<IconPixmap> pixmaps_;     // what hosts may fetch
     QList<IconPixmap> toldPixmaps_; // what they have been told of

@@ -1,26 +1,11 @@
 #include "Platforms/Linux/TrayMode.hpp"
 
-#include <algorithm>
-#include <array>
+#include "Platforms/Linux/DesktopNames.hpp"
 
 namespace Linux {
 
-namespace {
-
-constexpr std::array<std::string_view, 9> desktopsWithTray{
-    "KDE", "XFCE", "LXQt", "MATE", "X-Cinnamon", "Cinnamon", "Budgie", "COSMIC", "Unity"};
-
-} // namespace
-
 bool bringsOwnTray(std::string_view currentDesktop) {
-    while (!currentDesktop.empty()) {
-        const auto name = currentDesktop.substr(0, currentDesktop.find(':'));
-        if (std::ranges::find(desktopsWithTray, name) != desktopsWithTray.end()) {
-            return true;
-        }
-        currentDesktop.remove_prefix(std::min(name.size() + 1, currentDesktop.size()));
-    }
-    return false;
+    return namesDesktop(currentDesktop, {"KDE", "XFCE", "LXQt", "MATE", "X-Cinnamon", "Cinnamon", "Budgie", "COSMIC", "Unity"});
 }
 
 TrayMode::TrayMode(ZorbelKit::MainLoop& loop, bool canShowBar)

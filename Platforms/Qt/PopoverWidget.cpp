@@ -28,12 +28,14 @@ constexpr double screenMargin = 4;
 
 } // namespace
 
-PopoverWidget::PopoverWidget(QSize contentSize, AnyView content)
+PopoverWidget::PopoverWidget(QSize contentSize, AnyView content, std::function<bool()> canBlend)
     : contentSize_(contentSize)
-    , content_(std::move(content)) {
+    , content_(std::move(content))
+    , canBlend_(std::move(canBlend)) {
     setWindowFlags(Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
     // The click that closes the popover does nothing else: on the glass itself it would open it again.
     setAttribute(Qt::WA_NoMouseReplay);
+    setAttribute(Qt::WA_TranslucentBackground);
     setWindowTitle("Zorbel");
     setAccessibleName("Zorbel");
     setFixedSize(contentSize.width() + 2 * border, contentSize.height() + 2 * border + beakHeight);
@@ -72,16 +74,24 @@ void PopoverWidget::showAt(std::optional<Rect> anchor) {
         }
     }
     move(static_cast<int>(place.x), static_cast<int>(place.y));
+    cutOut();
+    show();
+    raise();
+    activateWindow();
+    setFocus(Qt::PopupFocusReason);
+}
+
+void PopoverWidget::cutOut() {
+    if (canBlend_()) {
+        clearMask(); // the painted edges are soft
+        return;
+    }
     QBitmap shape(size());
     shape.fill(Qt::color0);
     QPainter painter(&shape);
     painter.fillPath(outline(), Qt::color1);
     painter.end();
     setMask(shape);
-    show();
-    raise();
-    activateWindow();
-    setFocus(Qt::PopupFocusReason);
 }
 
 QPainterPath PopoverWidget::outline() const {
@@ -101,9 +111,11 @@ QPainterPath PopoverWidget::outline() const {
 void PopoverWidget::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
-    painter.fillRect(rect(), qColor(kettle));
-    painter.setPen(QPen(qColor(rim), 2 * border)); // the outer half lies outside the mask
-    painter.drawPath(outline());
+    const QPainterPath shape = outline();
+    painter.fillPath(shape, qColor(kettle));
+    painter.setClipPath(shape);
+    painter.setPen(QPen(qColor(rim), 2 * border)); // the outer half is clipped away
+    painter.drawPath(shape);
 }
 
 void PopoverWidget::hideEvent(QHideEvent* event) {

@@ -5,6 +5,7 @@
 
 #include <QWidget>
 
+#include <functional>
 #include <optional>
 
 namespace QtPlatform {
@@ -13,7 +14,8 @@ namespace QtPlatform {
 /// elsewhere or Escape closes it.
 class PopoverWidget : public QWidget {
 public:
-    PopoverWidget(QSize contentSize, ZorbelKit::AnyView content);
+    /// `canBlend` says whether the desktop mixes a window's soft edges with what lies below it.
+    PopoverWidget(QSize contentSize, ZorbelKit::AnyView content, std::function<bool()> canBlend);
 
     /// Below the anchor (screen coordinates, y upwards); without one, by the pointer.
     void showAt(std::optional<ZorbelKit::Rect> anchor);
@@ -26,10 +28,12 @@ protected:
 
 private:
     void build();
+    void cutOut();
     QPainterPath outline() const;
 
     QSize contentSize_;
     ZorbelKit::AnyView content_;
+    std::function<bool()> canBlend_;
     std::function<void()> closed_;
     bool isBuilt_ = false;
     bool isBeakOnTop_ = true;

@@ -2,6 +2,7 @@
 
 #include "Platforms/Qt/PopoverWidget.hpp"
 #include "ZorbelKit/Palette.hpp"
+#include "ZorbelKit/Surfaces/ResourceImage.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
 #include <QApplication>
@@ -22,6 +23,8 @@ using namespace ZorbelKit;
 
 namespace {
 
+constexpr int windowIconSide = 128; // pixels; desktops scale it to what their lists need
+
 QSize qSize(Size size) {
     return {static_cast<int>(size.width), static_cast<int>(size.height)};
 }
@@ -34,6 +37,19 @@ public:
         setAccessibleName(title);
     }
 
+    void showInFront() {
+        if (!isVisible() && place_) {
+            move(*place_);
+        }
+        if (isMinimized()) {
+            showNormal();
+        } else {
+            show();
+        }
+        raise();
+        activateWindow();
+    }
+
 protected:
     void paintEvent(QPaintEvent*) override { QPainter(this).fillRect(rect(), qColor(stall)); }
 
@@ -42,6 +58,13 @@ protected:
     void closeEvent(QCloseEvent* event) override {
         event->ignore();
         hide();
+    }
+
+    /// Shown again, a window would come back by its frame's size further down and to the right: the toolkit takes the
+    /// place of the content for that of the frame.
+    void hideEvent(QHideEvent* event) override {
+        place_ = pos();
+        QWidget::hideEvent(event);
     }
 
     void mousePressEvent(QMouseEvent* event) override {
@@ -57,6 +80,9 @@ protected:
         }
         QWidget::keyPressEvent(event);
     }
+
+private:
+    std::optional<QPoint> place_; // of the frame, when it was last hidden
 };
 
 class QtShellWindow : public Zorbel::ShellWindow {
@@ -70,13 +96,7 @@ public:
         if (!isBuilt_) {
             build();
         }
-        if (widget_.isMinimized()) {
-            widget_.showNormal();
-        } else {
-            widget_.show();
-        }
-        widget_.raise();
-        widget_.activateWindow();
+        widget_.showInFront();
     }
 
     void close() override { widget_.hide(); }
@@ -85,6 +105,7 @@ public:
 private:
     void build() {
         isBuilt_ = true;
+        widget_.setWindowIcon(QPixmap::fromImage(resourceImage("Icons/zorbel", windowIconSide)));
         auto* layout = new QVBoxLayout(&widget_);
         layout->setContentsMargins(0, 0, 0, 0);
         layout->addWidget(content_.build(&widget_));
@@ -110,8 +131,8 @@ private:
 
 class QtPopoverWindow : public Zorbel::PopoverWindow {
 public:
-    QtPopoverWindow(Size contentSize, AnyView content)
-        : widget_(qSize(contentSize), std::move(content)) {}
+    QtPopoverWindow(Size contentSize, AnyView content, std::function<bool()> canBlend)
+        : widget_(qSize(contentSize), std::move(content), std::move(canBlend)) {}
 
     void show(std::optional<Rect> anchor) override { widget_.showAt(anchor); }
     void close() override { widget_.close(); }
@@ -133,7 +154,7 @@ void QtApplication::terminate() {
 }
 
 std::unique_ptr<Zorbel::PopoverWindow> QtShellWindows::popover(Size contentSize, AnyView content) {
-    return std::make_unique<QtPopoverWindow>(contentSize, std::move(content));
+    return std::make_unique<QtPopoverWindow>(contentSize, std::move(content), canBlend_);
 }
 
 std::unique_ptr<Zorbel::ShellWindow> QtShellWindows::window(Zorbel::WindowStyle style, AnyView content) {

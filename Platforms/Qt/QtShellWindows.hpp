@@ -15,10 +15,17 @@ public:
 /// Popovers and windows as Qt widgets.
 class QtShellWindows : public Zorbel::ShellWindows {
 public:
+    /// `canBlend` says whether the desktop mixes a window's soft edges with what lies below it; asked at each opening.
+    explicit QtShellWindows(std::function<bool()> canBlend)
+        : canBlend_(std::move(canBlend)) {}
+
     std::unique_ptr<Zorbel::PopoverWindow> popover(ZorbelKit::Size contentSize,
                                                    ZorbelKit::AnyView content) override;
     std::unique_ptr<Zorbel::ShellWindow> window(Zorbel::WindowStyle style,
                                                 ZorbelKit::AnyView content) override;
+
+private:
+    std::function<bool()> canBlend_;
 };
 
 } // namespace QtPlatform

@@ -269,6 +269,14 @@ TEST_F(AppDelegateTest, AnUnreachableMenuBarOpensTheDashboardOnce) {
     EXPECT_FALSE(windows.shows(dashboardTitle)) << "closed by the user, it stays closed";
 }
 
+TEST_F(AppDelegateTest, AMenuBarThatGoesAwayLaterBringsTheDashboardAtOnce) {
+    launch();
+    host.loop.advance(Seconds{3600});
+    EXPECT_EQ(windowsShown(), 0);
+    host.statusBar.setReachable(false);
+    EXPECT_TRUE(windows.shows(dashboardTitle));
+}
+
 TEST_F(AppDelegateTest, DestroyingTheDelegateTakesTheGlassOffTheBar) {
     launch();
     delegate.reset();

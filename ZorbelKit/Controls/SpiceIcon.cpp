@@ -4,19 +4,14 @@
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/ChaiGlassRenderer.hpp"
 #include "ZorbelKit/Surfaces/PainterCanvas.hpp"
+#include "ZorbelKit/Surfaces/ResourceImage.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
-#include <QImageReader>
 #include <QPainter>
 #include <QPixmapCache>
 
 #include <cmath>
 #include <utility>
-
-// Resources of a static library are linked only when asked for; must be outside any namespace.
-static void registerSpiceImages() {
-    Q_INIT_RESOURCE(spices);
-}
 
 namespace ZorbelKit {
 
@@ -24,24 +19,18 @@ namespace {
 
 constexpr double dimmedOpacity = 0.5;
 
-/// The image's shape in `colour`; drawn once for each size and resolution. The image format is a plug-in that
-/// Qt loads when the first icon is shown.
+/// The image's shape in `colour`; drawn once for each size and resolution.
 QPixmap tintedImage(const std::string& id, double size, double scale, const Color& colour) {
-    static const bool registered = (registerSpiceImages(), true);
-    Q_UNUSED(registered)
     const QString key = QStringLiteral("spice/%1/%2/%3").arg(QString::fromStdString(id)).arg(size).arg(scale);
     QPixmap pixmap;
     if (QPixmapCache::find(key, &pixmap)) {
         return pixmap;
     }
     const int side = static_cast<int>(std::lround(size * scale));
-    QImageReader reader(QStringLiteral(":/spices/%1.svg").arg(QString::fromStdString(id)));
-    reader.setScaledSize({side, side});
-    QImage image = reader.read();
+    QImage image = resourceImage(QStringLiteral("Spices/%1").arg(QString::fromStdString(id)), side);
     if (image.isNull()) {
         image = rendered(ChaiGlassRenderer::statusImage(0, 0, size), scale, qColor(colour));
     } else {
-        image = image.convertToFormat(QImage::Format_ARGB32_Premultiplied);
         QPainter painter(&image);
         painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
         painter.fillRect(image.rect(), qColor(colour));

@@ -1,0 +1,168 @@
+#include "Platforms/Linux/StatusMenu.hpp"
+
+#include "Platforms/Linux/DesktopNames.hpp"
+
+#include <QDBusArgument>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusMetaType>
+#include <QDBusVariant>
+
+#include <utility>
+
+namespace Linux {
+
+namespace {
+
+constexpr auto menuInterface = "com.canonical.dbusmenu";
+constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties";
+constexpr int rootId = 0;
+constexpr int entryId = 1;
+constexpr uint revision = 1;
+
+} // namespace
+
+/// (id, properties, children), each child in a variant.
+struct MenuNode {
+    int id = rootId;
+    QVariantMap properties;
+    QVariantList children;
+};
+
+/// (id, properties)
+struct MenuProperties {
+    int id = rootId;
+    QVariantMap properties;
+};
+
+static QDBusArgument& operator<<(QDBusArgument& argument, const MenuNode& node) {
+    argument.beginStructure();
+    argument << node.id << node.properties;
+    argument.beginArray(qMetaTypeId<QDBusVariant>());
+    for (const QVariant& child : node.children) {
+        argument << QDBusVariant(child);
+    }
+    argument.endArray();
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument& operator>>(const QDBusArgument& argument, MenuNode& node) {
+    argument.beginStructure();
+    argument >> node.id >> node.properties >> node.children;
+    argument.endStructure();
+    return argument;
+}
+
+static QDBusArgument& operator<<(QDBusArgument& argument, const MenuProperties& entry) {
+    argument.beginStructure();
+    argument << entry.id << entry.properties;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument& operator>>(const QDBusArgument& argument, MenuProperties& entry) {
+    argument.beginStructure();
+    argument >> entry.id >> entry.properties;
+    argument.endStructure();
+    return argument;
+}
+
+bool deliversRightClicks(std::string_view currentDesktop) {
+    return namesDesktop(currentDesktop, {"KDE", "LXQt"});
+}
+
+StatusMenu::StatusMenu(QString path, QString entry, std::function<void()> chosen)
+    : path_(std::move(path))
+    , entry_(std::move(entry))
+    , chosen_(std::move(chosen)) {
+    qDBusRegisterMetaType<MenuNode>();
+    qDBusRegisterMetaType<MenuProperties>();
+    qDBusRegisterMetaType<QList<MenuProperties>>();
+    QDBusConnection::sessionBus().registerVirtualObject(path_, this);
+}
+
+StatusMenu::~StatusMenu() {
+    QDBusConnection::sessionBus().unregisterObject(path_);
+}
+
+bool StatusMenu::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {
+    const QString member = message.member();
+    const QVariantList arguments = message.arguments();
+    const QVariantMap entry{{"label", entry_}, {"enabled", true}, {"visible", true}};
+    const QVariantMap root{{"children-display", "submenu"}};
+
+    if (message.interface() == propertiesInterface) {
+        const QVariantMap all{{"Version", 3U}, {"Status", "normal"}, {"TextDirection", "ltr"},
+                              {"IconThemePath", QStringList()}};
+        if (member == "GetAll") {
+            connection.send(message.createReply(QVariant(all)));
+            return true;
+        }
+        if (member == "Get" && arguments.size() == 2 && all.contains(arguments.at(1).toString())) {
+            const QVariant value = all.value(arguments.at(1).toString());
+            connection.send(message.createReply(QVariant::fromValue(QDBusVariant(value))));
+            return true;
+        }
+        return false;
+    }
+    if (message.interface() != menuInterface && !message.interface().isEmpty()) {
+        return false;
+    }
+
+    if (member == "GetLayout") {
+        const bool wantsEntry = !arguments.isEmpty() && arguments.first().toInt() == entryId;
+        const MenuNode leaf{entryId, entry, {}};
+        const MenuNode tree{rootId, root, {QVariant::fromValue(leaf)}};
+        connection.send(message.createReply({revision, QVariant::fromValue(wantsEntry ? leaf : tree)}));
+    } else if (member == "GetGroupProperties") {
+        const QList<MenuProperties> known{{rootId, root}, {entryId, entry}};
+        connection.send(message.createReply(QVariant::fromValue(known)));
+    } else if (member == "GetProperty" && arguments.size() == 2) {
+        const QVariant value = (arguments.at(0).toInt() == entryId ? entry : root).value(arguments.at(1).toString());
+        connection.send(value.isValid() ? message.createReply(QVariant::fromValue(QDBusVariant(value)))
+                                        : message.createErrorReply(QDBusError::InvalidArgs, "No such property"));
+    } else if (member == "AboutToShow") {
+        connection.send(message.createReply(false)); // nothing changes when it opens
+    } else if (member == "Event" && arguments.size() >= 2) {
+        connection.send(message.createReply());
+        if (arguments.at(0).toInt() == entryId && arguments.at(1).toString() == "clicked") {
+            const auto chosen = chosen_; // the choice may destroy the item
+            chosen();
+        }
+    } else {
+        return false;
+    }
+    return true;
+}
+
+QString StatusMenu::introspect(const QString&) const {
+    return QStringLiteral(R"xml(<interface name="com.canonical.dbusmenu">
+  <property name="Version" type="u" access="read"/>
+  <property name="Status" type="s" access="read"/>
+  <property name="TextDirection" type="s" access="read"/>
+  <property name="IconThemePath" type="as" access="read"/>
+  <method name="GetLayout">
+    <arg name="parentId" type="i" direction="in"/><arg name="recursionDepth" type="i" direction="in"/>
+    <arg name="propertyNames" type="as" direction="in"/>
+    <arg name="revision" type="u" direction="out"/><arg name="layout" type="(ia{sv}av)" direction="out"/>
+  </method>
+  <method name="GetGroupProperties">
+    <arg name="ids" type="ai" direction="in"/><arg name="propertyNames" type="as" direction="in"/>
+    <arg name="properties" type="a(ia{sv})" direction="out"/>
+  </method>
+  <method name="GetProperty">
+    <arg name="id" type="i" direction="in"/><arg name="name" type="s" direction="in"/>
+    <arg name="value" type="v" direction="out"/>
+  </method>
+  <method name="Event">
+    <arg name="id" type="i" direction="in"/><arg name="eventId" type="s" direction="in"/>
+    <arg name="data" type="v" direction="in"/><arg name="timestamp" type="u" direction="in"/>
+  </method>
+  <method name="AboutToShow">
+    <arg name="id" type="i" direction="in"/><arg name="needUpdate" type="b" direction="out"/>
+  </method>
+</interface>)xml");
+}
+
+} // namespace Linux
