@@ -220,6 +220,7 @@ RusketPanel::RusketPanel(const RusketSpice& spice, QWidget* parent)
     column->setSpacing(24);
     column->addLayout(figures);
     column->addWidget(area);
+    setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     refresh();
 }
 

@@ -15,6 +15,8 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
+#include <memory>
+
 namespace Zorbel {
 
 using namespace ZorbelKit;
@@ -189,7 +191,7 @@ void SpiceDetail::refresh() {
         page_ = spice->isEnabled() ? spice->dashboard().build(scroll_->widget())
                                    : new Dormant(*spice, stall_, scroll_->widget());
         const bool hadFocus = old && old->isAncestorOf(focusWidget());
-        column->replaceWidget(old, page_);
+        const std::unique_ptr<QLayoutItem> replaced(column->replaceWidget(old, page_));
         old->hide();
         old->deleteLater(); // its own button may have brought us here
         page_->show();

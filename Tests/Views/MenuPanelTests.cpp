@@ -141,6 +141,7 @@ TEST_F(MenuPanelTest, TabWalksTheFooter) {
     open();
     panel->activateWindow();
     settle();
+    button(*panel, "Open Zorbel")->clearFocus();
     button(*panel, "Open Zorbel")->setFocus(Qt::TabFocusReason);
     settle();
     savePicture(*panel, "panel-focus");
