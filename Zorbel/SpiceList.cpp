@@ -1,7 +1,6 @@
 #include "Zorbel/SpiceList.hpp"
 
 #include "ZorbelKit/Controls/Accessible.hpp"
-#include "ZorbelKit/Controls/Buttons.hpp"
 #include "ZorbelKit/Controls/ScrollView.hpp"
 #include "ZorbelKit/Controls/SpiceIcon.hpp"
 #include "ZorbelKit/Controls/Text.hpp"
@@ -10,7 +9,6 @@
 #include "ZorbelKit/Stall.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
-#include <QFocusEvent>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QPainter>
@@ -66,7 +64,7 @@ void WaveHeader::setCount(int on, int all) {
 }
 
 SpiceRow::SpiceRow(const Spice& spice, Stall& stall, MainLoop& loop, QWidget* parent)
-    : QAbstractButton(parent)
+    : FocusButton(parent)
     , spice_(spice)
     , stall_(stall)
     , hover_(loop)
@@ -141,7 +139,7 @@ void SpiceRow::paintEvent(QPaintEvent*) {
         painter.setBrush(qColor(kettleHi.withOpacity(opacity)));
         painter.drawRoundedRect(rect(), radiusControl, radiusControl);
     }
-    if (showsFocus_) {
+    if (showsFocus()) {
         paintFocusRing(painter, rect(), radiusControl);
     }
 }
@@ -159,16 +157,6 @@ void SpiceRow::leaveEvent(QEvent* event) {
 void SpiceRow::hideEvent(QHideEvent* event) {
     hover_.leave(); // a hidden window sends no leave
     QAbstractButton::hideEvent(event);
-}
-
-void SpiceRow::focusInEvent(QFocusEvent* event) {
-    showsFocus_ = showsFocusFor(event->reason());
-    QAbstractButton::focusInEvent(event);
-}
-
-void SpiceRow::focusOutEvent(QFocusEvent* event) {
-    showsFocus_ = false;
-    QAbstractButton::focusOutEvent(event);
 }
 
 SpiceList::SpiceList(Stall& stall, MainLoop& loop, QWidget* parent)

@@ -1,11 +1,10 @@
 #pragma once
 
 #include "Zorbel/RowHover.hpp"
+#include "ZorbelKit/Controls/FocusButton.hpp"
 #include "ZorbelKit/Controls/Glide.hpp"
 #include "ZorbelKit/Controls/LiveView.hpp"
 #include "ZorbelKit/Wave.hpp"
-
-#include <QAbstractButton>
 
 #include <vector>
 
@@ -38,7 +37,7 @@ private:
 };
 
 /// One spice of the list. A click selects it; resting the pointer on it tells the reason for its name.
-class SpiceRow : public QAbstractButton {
+class SpiceRow : public ZorbelKit::FocusButton {
 public:
     SpiceRow(const ZorbelKit::Spice& spice, ZorbelKit::Stall& stall, ZorbelKit::MainLoop& loop,
              QWidget* parent);
@@ -53,8 +52,6 @@ protected:
     void leaveEvent(QEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void resizeEvent(QResizeEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
 
 private:
     void hoverChanged();
@@ -70,7 +67,6 @@ private:
     ZorbelKit::Glide shade_;  // the hover background
     ZorbelKit::Glide reveal_; // the reason's share of its full height
     bool isSelected_ = false;
-    bool showsFocus_ = false;
     ZorbelKit::Token hoverChanges_;
 };
 

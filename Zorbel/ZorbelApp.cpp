@@ -24,7 +24,8 @@ namespace Zorbel {
 
 namespace {
 
-/// Where settings live: the XDG configuration folder, else the home folder's own. Empty where there is neither.
+/// Where settings live: the XDG configuration folder, else the home folder's own. Empty where there is
+/// neither.
 std::filesystem::path settingsFile() {
     const auto below = [](const char* variable, const char* file) -> std::filesystem::path {
         const char* folder = std::getenv(variable);
@@ -50,8 +51,8 @@ bool canOpenDisplay() {
     return isOpen;
 }
 
-/// Ends when the session asks it to. The toolkit's own way closes every window first and gives up when one stays, and
-/// ours only hide.
+/// Ends when the session asks it to. The toolkit's own way closes every window first and gives up when one
+/// stays, and ours only hide.
 class AccessoryApplication : public QApplication {
 public:
     using QApplication::QApplication;

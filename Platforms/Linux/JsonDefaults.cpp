@@ -264,7 +264,8 @@ private:
         using State = FileContents::State;
         if (file_.empty()) {
             canStore_ = false;
-            say("there is no folder for settings (neither XDG_CONFIG_HOME nor HOME is set); changes last for this run only");
+            say("there is no folder for settings (neither XDG_CONFIG_HOME nor HOME is set); changes last for "
+                "this run only");
             return;
         }
         auto contents = readFile(file_);

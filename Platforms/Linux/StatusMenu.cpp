@@ -93,7 +93,9 @@ bool StatusMenu::handleMessage(const QDBusMessage& message, const QDBusConnectio
     const QVariantMap root{{"children-display", "submenu"}};
 
     if (message.interface() == propertiesInterface) {
-        const QVariantMap all{{"Version", 3U}, {"Status", "normal"}, {"TextDirection", "ltr"},
+        const QVariantMap all{{"Version", 3U},
+                              {"Status", "normal"},
+                              {"TextDirection", "ltr"},
                               {"IconThemePath", QStringList()}};
         if (member == "GetAll") {
             connection.send(message.createReply(QVariant(all)));
@@ -119,9 +121,11 @@ bool StatusMenu::handleMessage(const QDBusMessage& message, const QDBusConnectio
         const QList<MenuProperties> known{{rootId, root}, {entryId, entry}};
         connection.send(message.createReply(QVariant::fromValue(known)));
     } else if (member == "GetProperty" && arguments.size() == 2) {
-        const QVariant value = (arguments.at(0).toInt() == entryId ? entry : root).value(arguments.at(1).toString());
-        connection.send(value.isValid() ? message.createReply(QVariant::fromValue(QDBusVariant(value)))
-                                        : message.createErrorReply(QDBusError::InvalidArgs, "No such property"));
+        const QVariant value =
+            (arguments.at(0).toInt() == entryId ? entry : root).value(arguments.at(1).toString());
+        connection.send(value.isValid()
+                            ? message.createReply(QVariant::fromValue(QDBusVariant(value)))
+                            : message.createErrorReply(QDBusError::InvalidArgs, "No such property"));
     } else if (member == "AboutToShow") {
         connection.send(message.createReply(false)); // nothing changes when it opens
     } else if (member == "Event" && arguments.size() >= 2) {

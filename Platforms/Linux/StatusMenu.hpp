@@ -7,11 +7,12 @@
 
 namespace Linux {
 
-/// Whether the desktop's tray delivers a right click on an item that has no menu. Most show an item's menu or nothing.
+/// Whether the desktop's tray delivers a right click on an item that has no menu. Most show an item's menu or
+/// nothing.
 bool deliversRightClicks(std::string_view currentDesktop);
 
-/// The menu of an item in a tray that keeps right clicks to itself: one entry that stands in for the right click.
-/// com.canonical.dbusmenu, as far as a menu that never changes needs it.
+/// The menu of an item in a tray that keeps right clicks to itself: one entry that stands in for the right
+/// click. com.canonical.dbusmenu, as far as a menu that never changes needs it.
 class StatusMenu : public QDBusVirtualObject {
 public:
     StatusMenu(QString path, QString entry, std::function<void()> chosen);

@@ -27,8 +27,8 @@ struct IconPixmap {
 IconPixmap iconPixmap(const QImage& image);
 
 /// An item in the desktop's tray (org.kde.StatusNotifierItem). Where the tray sends `ContextMenu` for an item
-/// without a menu it has none, and a right click arrives as a click; elsewhere a menu of one entry stands in for
-/// the right click. Nothing here waits for another process.
+/// without a menu it has none, and a right click arrives as a click; elsewhere a menu of one entry stands in
+/// for the right click. Nothing here waits for another process.
 class StatusNotifierItem : public QDBusVirtualObject {
 public:
     /// Hosts fetch every picture again at each change: at most four changes a second are told.

@@ -5,7 +5,8 @@
 namespace Linux {
 
 bool bringsOwnTray(std::string_view currentDesktop) {
-    return namesDesktop(currentDesktop, {"KDE", "XFCE", "LXQt", "MATE", "X-Cinnamon", "Cinnamon", "Budgie", "COSMIC", "Unity"});
+    return namesDesktop(currentDesktop, {"KDE", "XFCE", "LXQt", "MATE", "X-Cinnamon", "Cinnamon", "Budgie",
+                                         "COSMIC", "Unity"});
 }
 
 TrayMode::TrayMode(ZorbelKit::MainLoop& loop, bool canShowBar)

@@ -1,7 +1,6 @@
 #include "Platforms/Linux/XConnection.hpp"
 
 #include <QGuiApplication>
-
 #include <xcb/xcb.h>
 
 #include <cstdlib>

@@ -60,8 +60,8 @@ protected:
         hide();
     }
 
-    /// Shown again, a window would come back by its frame's size further down and to the right: the toolkit takes the
-    /// place of the content for that of the frame.
+    /// Shown again, a window would come back by its frame's size further down and to the right: the toolkit
+    /// takes the place of the content for that of the frame.
     void hideEvent(QHideEvent* event) override {
         place_ = pos();
         QWidget::hideEvent(event);

@@ -15,7 +15,8 @@ public:
 /// Popovers and windows as Qt widgets.
 class QtShellWindows : public Zorbel::ShellWindows {
 public:
-    /// `canBlend` says whether the desktop mixes a window's soft edges with what lies below it; asked at each opening.
+    /// `canBlend` says whether the desktop mixes a window's soft edges with what lies below it; asked at each
+    /// opening.
     explicit QtShellWindows(std::function<bool()> canBlend)
         : canBlend_(std::move(canBlend)) {}
 

@@ -1,5 +1,4 @@
-#include "Platforms/Simulated/SimulatedHost.hpp"
-#include "Platforms/Simulated/SimulatedShellWindows.hpp"
+#include "Platforms/Simulated/SimulatedSuite.hpp"
 #include "Tests/Views/ViewTests.hpp"
 #include "Zorbel/Blend.hpp"
 #include "Zorbel/DashboardView.hpp"
@@ -24,18 +23,8 @@ using ZorbelKit::Switch;
 class DashboardTest : public ::testing::Test {
 protected:
     QWidget& open() {
-        stall = Zorbel::Blend::build({.loop = host.loop,
-                                      .clock = host.clock,
-                                      .defaults = host.defaults,
-                                      .statusBar = host.statusBar,
-                                      .screens = host.screens,
-                                      .statistics = host.statistics,
-                                      .application = application,
-                                      .windows = windows,
-                                      .updater = nullptr,
-                                      .environment = {},
-                                      .information = {}});
-        dashboard.reset(Zorbel::dashboardView(*stall, host.loop).build(nullptr));
+        stall = Zorbel::Blend::build(suite.host());
+        dashboard.reset(Zorbel::dashboardView(*stall, suite.loop).build(nullptr));
         show(*dashboard, {960, 640});
         return *dashboard;
     }
@@ -77,15 +66,13 @@ protected:
     void steepFor(int seconds) {
         for (int second = 0; second < seconds; ++second) {
             const auto busy = static_cast<std::uint64_t>(3200 + 2000 * std::sin(second / 4.0));
-            host.statistics.work(second % 17 == 9 ? 8800 : busy, 10'000 - busy);
-            host.loop.advance(Seconds{1});
+            suite.statistics.work(second % 17 == 9 ? 8800 : busy, 10'000 - busy);
+            suite.loop.advance(Seconds{1});
         }
         settle();
     }
 
-    Simulated::SimulatedHost host;
-    Simulated::SimulatedApplication application;
-    Simulated::SimulatedShellWindows windows;
+    Simulated::SimulatedSuite suite;
     std::unique_ptr<ZorbelKit::Stall> stall;
     std::unique_ptr<QWidget> dashboard;
 };
@@ -134,7 +121,7 @@ TEST_F(DashboardTest, AClickOnARowSelectsAndStoresIt) {
     EXPECT_EQ(stall->selection(), "sivrel");
     pick("rusket");
     EXPECT_EQ(stall->selection(), "rusket");
-    EXPECT_EQ(host.defaults.string("stall.selection"), "rusket");
+    EXPECT_EQ(suite.defaults.string("stall.selection"), "rusket");
     const auto& detail = part<Zorbel::SpiceDetail>();
     EXPECT_TRUE(showsText(detail, "Rusket"));
     EXPECT_TRUE(showsText(detail, "SYSTEM MONITOR"));
@@ -152,7 +139,7 @@ TEST_F(DashboardTest, TurningASpiceOffShowsTheDormantPageAtOnce) {
     settle();
     const auto& detail = part<Zorbel::SpiceDetail>();
     EXPECT_FALSE(stall->spice("rusket")->isEnabled());
-    EXPECT_EQ(host.defaults.boolean("spice.rusket.enabled"), false);
+    EXPECT_EQ(suite.defaults.boolean("spice.rusket.enabled"), false);
     EXPECT_TRUE(showsText(detail, "Rusket is not in the cup."));
     EXPECT_TRUE(showsText(detail, "While it is off it holds no timers and no observers."));
     EXPECT_FALSE(showsText(detail, "Processor"));
@@ -161,7 +148,7 @@ TEST_F(DashboardTest, TurningASpiceOffShowsTheDormantPageAtOnce) {
     QTest::mouseClick(button(detail, "Add Rusket"), Qt::LeftButton);
     settle();
     EXPECT_TRUE(stall->spice("rusket")->isEnabled());
-    EXPECT_EQ(host.defaults.boolean("spice.rusket.enabled"), true);
+    EXPECT_EQ(suite.defaults.boolean("spice.rusket.enabled"), true);
     EXPECT_TRUE(showsText(detail, "Processor"));
     EXPECT_TRUE(power->isChecked());
 }
@@ -176,7 +163,7 @@ TEST_F(DashboardTest, FollowsASpiceTurnedOffElsewhere) {
 }
 
 TEST_F(DashboardTest, AStoredSelectionThatNeverCameLeavesThePaneEmpty) {
-    host.defaults.setString("stall.selection", "cumin");
+    suite.defaults.setString("stall.selection", "cumin");
     open();
     EXPECT_FALSE(stall->selection());
     EXPECT_TRUE(visibleTexts(part<Zorbel::SpiceDetail>()).isEmpty());
@@ -193,10 +180,10 @@ TEST_F(DashboardTest, AHoverOfFourTenthsShowsTheReason) {
     QTest::mouseMove(&hovered);
     settle();
     EXPECT_TRUE(hovered.hover().hovering());
-    host.loop.advance(Seconds{0.399});
+    suite.loop.advance(Seconds{0.399});
     settle();
     EXPECT_FALSE(showsText(hovered, reason));
-    host.loop.advance(Seconds{0.001});
+    suite.loop.advance(Seconds{0.001});
     settle();
     EXPECT_TRUE(showsText(hovered, reason));
     EXPECT_GT(hovered.height(), height);
@@ -211,9 +198,9 @@ TEST_F(DashboardTest, AHoverThatEndsEarlyNeverShowsTheReason) {
     open();
     auto& hovered = row("mordan");
     QTest::mouseMove(&hovered);
-    host.loop.advance(Seconds{0.399});
+    suite.loop.advance(Seconds{0.399});
     QTest::mouseMove(dashboard.get(), {700, 500});
-    host.loop.advance(Seconds{5});
+    suite.loop.advance(Seconds{5});
     settle();
     EXPECT_FALSE(showsText(hovered, QString::fromStdString(hovered.spice().reason())));
 }

@@ -1,5 +1,4 @@
-#include "Platforms/Simulated/SimulatedHost.hpp"
-#include "Platforms/Simulated/SimulatedShellWindows.hpp"
+#include "Platforms/Simulated/SimulatedSuite.hpp"
 #include "Tests/Views/ViewTests.hpp"
 #include "Zorbel/Blend.hpp"
 #include "Zorbel/MenuPanel.hpp"
@@ -25,23 +24,12 @@ public:
 
 class MenuPanelTest : public ::testing::Test {
 protected:
-    MenuPanelTest() {
-        stall = Zorbel::Blend::build({.loop = host.loop,
-                                      .clock = host.clock,
-                                      .defaults = host.defaults,
-                                      .statusBar = host.statusBar,
-                                      .screens = host.screens,
-                                      .statistics = host.statistics,
-                                      .application = application,
-                                      .windows = windows,
-                                      .updater = nullptr,
-                                      .environment = {},
-                                      .information = {}});
-    }
+    MenuPanelTest() { stall = Zorbel::Blend::build(suite.host()); }
 
     QWidget& open() {
-        panel.reset(
-            Zorbel::menuPanelView(*stall, updates, application, [this] { ++dashboards; }).build(nullptr));
+        panel.reset(Zorbel::menuPanelView(*stall, updates, suite.application, [this] {
+                        ++dashboards;
+                    }).build(nullptr));
         show(*panel, {328, 420});
         return *panel;
     }
@@ -69,9 +57,7 @@ protected:
         return names;
     }
 
-    Simulated::SimulatedHost host;
-    Simulated::SimulatedApplication application;
-    Simulated::SimulatedShellWindows windows;
+    Simulated::SimulatedSuite suite;
     StartableUpdater updater;
     Zorbel::Updates updates{[](std::string_view) { return "configured"; }, &updater};
     std::unique_ptr<ZorbelKit::Stall> stall;
@@ -121,7 +107,7 @@ TEST_F(MenuPanelTest, TheFooterOpensTheDashboardAndQuits) {
     QTest::mouseClick(button(*panel, "Open Zorbel"), Qt::LeftButton);
     EXPECT_EQ(dashboards, 1);
     QTest::mouseClick(button(*panel, "Quit"), Qt::LeftButton);
-    EXPECT_EQ(application.terminations, 1);
+    EXPECT_EQ(suite.application.terminations, 1);
 }
 
 TEST_F(MenuPanelTest, ChecksForUpdatesOnlyWhereThatIsPossible) {
@@ -132,7 +118,7 @@ TEST_F(MenuPanelTest, ChecksForUpdatesOnlyWhereThatIsPossible) {
     settle();
     EXPECT_TRUE(check->isVisible());
     QTest::mouseClick(check, Qt::LeftButton);
-    EXPECT_EQ(application.activations, 1);
+    EXPECT_EQ(suite.application.activations, 1);
     EXPECT_EQ(updater.checks, 1);
     savePicture(*panel, "panel-check-for-updates");
 }
@@ -148,7 +134,7 @@ TEST_F(MenuPanelTest, TabWalksTheFooter) {
     QTest::keyClick(panel.get(), Qt::Key_Tab);
     EXPECT_TRUE(button(*panel, "Quit")->hasFocus());
     QTest::keyClick(button(*panel, "Quit"), Qt::Key_Space);
-    EXPECT_EQ(application.terminations, 1);
+    EXPECT_EQ(suite.application.terminations, 1);
 }
 
 TEST_F(MenuPanelTest, AllTenSpicesScroll) {

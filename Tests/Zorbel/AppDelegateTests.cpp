@@ -1,13 +1,10 @@
-#include "Platforms/Simulated/SimulatedHost.hpp"
-#include "Platforms/Simulated/SimulatedShellWindows.hpp"
+#include "Platforms/Simulated/SimulatedSuite.hpp"
 #include "Zorbel/AppDelegate.hpp"
 #include "ZorbelKit/Spice.hpp"
 #include "ZorbelKit/Stall.hpp"
 #include "ZorbelKit/Surfaces/RecordingCanvas.hpp"
 
 #include <gtest/gtest.h>
-
-#include <map>
 
 namespace {
 
@@ -21,34 +18,18 @@ constexpr auto onboardingTitle = "Welcome to Zorbel";
 /// The program on a simulated machine that has launched before.
 class AppDelegateTest : public ::testing::Test {
 protected:
-    AppDelegateTest() { host.defaults.setBoolean("app.hasLaunched", true); }
+    AppDelegateTest() { suite.defaults.setBoolean("app.hasLaunched", true); }
 
     void launch() {
-        delegate.emplace(Zorbel::Host{.loop = host.loop,
-                                      .clock = host.clock,
-                                      .defaults = host.defaults,
-                                      .statusBar = host.statusBar,
-                                      .screens = host.screens,
-                                      .statistics = host.statistics,
-                                      .application = application,
-                                      .windows = windows,
-                                      .updater = nullptr,
-                                      .environment =
-                                          [this](std::string_view name) {
-                                              const auto found = environment.find(name);
-                                              return found == environment.end()
-                                                         ? std::nullopt
-                                                         : std::optional(found->second);
-                                          },
-                                      .information = [](std::string_view) { return std::nullopt; }});
+        delegate.emplace(suite.host());
         delegate->applicationDidFinishLaunching();
     }
 
-    void click(ClickButton button) { host.statusBar.click(glassName, button); }
-    SimulatedShellWindows::Popover& panel() { return *windows.popovers.at(0); }
+    void click(ClickButton button) { suite.statusBar.click(glassName, button); }
+    SimulatedShellWindows::Popover& panel() { return *suite.windows.popovers.at(0); }
     int windowsShown() const {
         int count = 0;
-        for (const auto& window : windows.windows) {
+        for (const auto& window : suite.windows.windows) {
             count += window->isShown ? 1 : 0;
         }
         return count;
@@ -57,13 +38,10 @@ protected:
     /// Makes the machine this busy over the next watch interval.
     void workAt(double load) {
         const auto busy = static_cast<std::uint64_t>(load * 10'000);
-        host.statistics.work(busy, 10'000 - busy);
+        suite.statistics.work(busy, 10'000 - busy);
     }
 
-    Simulated::SimulatedHost host;
-    Simulated::SimulatedApplication application;
-    SimulatedShellWindows windows;
-    std::map<std::string, std::string, std::less<>> environment;
+    Simulated::SimulatedSuite suite;
     std::optional<Zorbel::AppDelegate> delegate;
 };
 
@@ -75,8 +53,8 @@ std::vector<RecordingCanvas::Mark> drawn(const Image& image) {
 
 TEST_F(AppDelegateTest, LaunchIsAnAccessoryWithTheGlassOnTheBar) {
     launch();
-    EXPECT_TRUE(application.isAccessory);
-    const auto* glass = host.statusBar.item(glassName);
+    EXPECT_TRUE(suite.application.isAccessory);
+    const auto* glass = suite.statusBar.item(glassName);
     ASSERT_NE(glass, nullptr);
     EXPECT_EQ(glass->length, StatusBar::squareLength);
     EXPECT_EQ(glass->toolTip, "Zorbel");
@@ -88,58 +66,58 @@ TEST_F(AppDelegateTest, LaunchIsAnAccessoryWithTheGlassOnTheBar) {
 
 TEST_F(AppDelegateTest, ALaterLaunchOpensNoWindow) {
     launch();
-    host.loop.advance(Seconds{60});
+    suite.loop.advance(Seconds{60});
     EXPECT_EQ(windowsShown(), 0);
-    EXPECT_TRUE(windows.popovers.empty());
+    EXPECT_TRUE(suite.windows.popovers.empty());
 }
 
 TEST_F(AppDelegateTest, TheFirstLaunchOpensOnboardingAfterFourTenths) {
-    host.defaults.remove("app.hasLaunched");
+    suite.defaults.remove("app.hasLaunched");
     launch();
-    host.loop.advance(Seconds{0.399});
+    suite.loop.advance(Seconds{0.399});
     EXPECT_EQ(windowsShown(), 0);
-    host.loop.advance(Seconds{0.001});
-    EXPECT_TRUE(windows.shows(onboardingTitle));
-    EXPECT_EQ(windows.titled(onboardingTitle)->style.contentSize, (Size{720, 560}));
-    EXPECT_FALSE(windows.titled(onboardingTitle)->style.minimumSize) << "not resizable";
-    host.loop.advance(Seconds{60});
-    EXPECT_FALSE(windows.shows(dashboardTitle)) << "the dashboard waits until onboarding is finished";
+    suite.loop.advance(Seconds{0.001});
+    EXPECT_TRUE(suite.windows.shows(onboardingTitle));
+    EXPECT_EQ(suite.windows.titled(onboardingTitle)->style.contentSize, (Size{720, 560}));
+    EXPECT_FALSE(suite.windows.titled(onboardingTitle)->style.minimumSize) << "not resizable";
+    suite.loop.advance(Seconds{60});
+    EXPECT_FALSE(suite.windows.shows(dashboardTitle)) << "the dashboard waits until onboarding is finished";
 }
 
 TEST_F(AppDelegateTest, AStoredLaunchThatIsNoBooleanCountsAsNone) {
-    host.defaults.setString("app.hasLaunched", "true");
+    suite.defaults.setString("app.hasLaunched", "true");
     launch();
-    host.loop.advance(Seconds{0.4});
-    EXPECT_TRUE(windows.shows(onboardingTitle));
+    suite.loop.advance(Seconds{0.4});
+    EXPECT_TRUE(suite.windows.shows(onboardingTitle));
 }
 
 TEST_F(AppDelegateTest, TheEnvironmentOpensTheDashboardAfterThreeTenthsEvenOnAFirstLaunch) {
-    host.defaults.remove("app.hasLaunched");
-    environment["ZORBEL_OPEN_DASHBOARD"] = "";
+    suite.defaults.remove("app.hasLaunched");
+    suite.environment["ZORBEL_OPEN_DASHBOARD"] = "";
     launch();
-    host.loop.advance(Seconds{0.299});
+    suite.loop.advance(Seconds{0.299});
     EXPECT_EQ(windowsShown(), 0);
-    host.loop.advance(Seconds{0.001});
-    EXPECT_TRUE(windows.shows(dashboardTitle));
-    host.loop.advance(Seconds{60});
-    EXPECT_EQ(windows.titled(onboardingTitle), nullptr);
+    suite.loop.advance(Seconds{0.001});
+    EXPECT_TRUE(suite.windows.shows(dashboardTitle));
+    suite.loop.advance(Seconds{60});
+    EXPECT_EQ(suite.windows.titled(onboardingTitle), nullptr);
 }
 
 TEST_F(AppDelegateTest, ADelayedWindowDoesNotOpenOnceTheDelegateIsGone) {
-    environment["ZORBEL_OPEN_DASHBOARD"] = "1";
+    suite.environment["ZORBEL_OPEN_DASHBOARD"] = "1";
     launch();
     delegate.reset();
-    host.loop.advance(Seconds{1});
-    EXPECT_TRUE(windows.windows.empty());
+    suite.loop.advance(Seconds{1});
+    EXPECT_TRUE(suite.windows.windows.empty());
 }
 
 TEST_F(AppDelegateTest, ARightClickOpensTheDashboardAndNeverThePanel) {
     launch();
     click(ClickButton::right);
-    EXPECT_TRUE(windows.shows(dashboardTitle));
-    EXPECT_TRUE(windows.popovers.empty());
-    EXPECT_EQ(application.activations, 1);
-    const auto& style = windows.titled(dashboardTitle)->style;
+    EXPECT_TRUE(suite.windows.shows(dashboardTitle));
+    EXPECT_TRUE(suite.windows.popovers.empty());
+    EXPECT_EQ(suite.application.activations, 1);
+    const auto& style = suite.windows.titled(dashboardTitle)->style;
     EXPECT_EQ(style.contentSize, (Size{960, 640}));
     EXPECT_EQ(style.minimumSize, (Size{840, 560}));
 }
@@ -148,12 +126,12 @@ TEST_F(AppDelegateTest, ARightClickAgainFrontsTheSameDashboard) {
     launch();
     click(ClickButton::right);
     click(ClickButton::right);
-    EXPECT_EQ(windows.windows.size(), 1u);
-    EXPECT_EQ(windows.titled(dashboardTitle)->fronts, 2);
-    windows.windows.at(0)->isShown = false; // closed by the user
+    EXPECT_EQ(suite.windows.windows.size(), 1u);
+    EXPECT_EQ(suite.windows.titled(dashboardTitle)->fronts, 2);
+    suite.windows.windows.at(0)->isShown = false; // closed by the user
     click(ClickButton::right);
-    EXPECT_EQ(windows.windows.size(), 1u) << "closing only hides it";
-    EXPECT_TRUE(windows.shows(dashboardTitle));
+    EXPECT_EQ(suite.windows.windows.size(), 1u) << "closing only hides it";
+    EXPECT_TRUE(suite.windows.shows(dashboardTitle));
 }
 
 TEST_F(AppDelegateTest, ALeftClickTogglesThePanelUnderTheGlass) {
@@ -161,12 +139,12 @@ TEST_F(AppDelegateTest, ALeftClickTogglesThePanelUnderTheGlass) {
     click(ClickButton::left);
     EXPECT_TRUE(panel().isShown);
     EXPECT_EQ(panel().contentSize, (Size{328, 420}));
-    EXPECT_EQ(panel().anchor, host.statusBar.item(glassName)->frame);
+    EXPECT_EQ(panel().anchor, suite.statusBar.item(glassName)->frame);
     click(ClickButton::left);
     EXPECT_FALSE(panel().isShown);
     click(ClickButton::left);
     EXPECT_TRUE(panel().isShown);
-    EXPECT_EQ(windows.popovers.size(), 1u) << "made once, then kept";
+    EXPECT_EQ(suite.windows.popovers.size(), 1u) << "made once, then kept";
     EXPECT_EQ(windowsShown(), 0);
 }
 
@@ -174,7 +152,7 @@ TEST_F(AppDelegateTest, TheGlassSteamsAtThreeQuartersWhileThePanelIsOpen) {
     launch();
     click(ClickButton::left);
     EXPECT_DOUBLE_EQ(delegate->steam().level(), 0.75);
-    host.loop.advance(Seconds{120});
+    suite.loop.advance(Seconds{120});
     EXPECT_DOUBLE_EQ(delegate->steam().level(), 0.75);
     panel().close(); // a click elsewhere
     EXPECT_DOUBLE_EQ(delegate->steam().level(), 0);
@@ -184,15 +162,15 @@ TEST_F(AppDelegateTest, TheGlassSteamsAtThreeQuartersWhileThePanelIsOpen) {
 TEST_F(AppDelegateTest, EverySteamFrameRedrawsTheGlassAndRestRedrawsItOnce) {
     launch();
     click(ClickButton::left);
-    auto* glass = host.statusBar.item(glassName);
+    auto* glass = suite.statusBar.item(glassName);
     const int before = glass->imagesShown;
-    host.loop.advance(Seconds{1});
+    suite.loop.advance(Seconds{1});
     EXPECT_EQ(glass->imagesShown, before + 12);
     EXPECT_EQ(drawn(glass->image).size(), 6u) << "three wisps more than at rest";
     click(ClickButton::left);
     EXPECT_EQ(glass->imagesShown, before + 13);
     EXPECT_EQ(drawn(glass->image).size(), 3u);
-    host.loop.advance(Seconds{10});
+    suite.loop.advance(Seconds{10});
     EXPECT_EQ(glass->imagesShown, before + 13) << "a resting glass draws nothing";
 }
 
@@ -214,13 +192,13 @@ TEST_F(AppDelegateTest, ALoadTickAboveTheLimitPuffsForTwoAndAHalfSeconds) {
         delegate.reset();
         launch();
         workAt(row.load);
-        host.loop.advance(Seconds{14.999});
+        suite.loop.advance(Seconds{14.999});
         EXPECT_DOUBLE_EQ(delegate->steam().level(), 0);
-        host.loop.advance(Seconds{0.001});
+        suite.loop.advance(Seconds{0.001});
         EXPECT_NEAR(delegate->steam().level(), row.level, 1e-9);
-        host.loop.advance(Seconds{2.499});
+        suite.loop.advance(Seconds{2.499});
         EXPECT_NEAR(delegate->steam().level(), row.level, 1e-9);
-        host.loop.advance(Seconds{0.001});
+        suite.loop.advance(Seconds{0.001});
         EXPECT_DOUBLE_EQ(delegate->steam().level(), 0);
     }
 }
@@ -229,58 +207,58 @@ TEST_F(AppDelegateTest, ALoadTickWhileThePanelIsOpenChangesNothing) {
     launch();
     click(ClickButton::left);
     workAt(0.9);
-    host.loop.advance(Seconds{15});
+    suite.loop.advance(Seconds{15});
     EXPECT_DOUBLE_EQ(delegate->steam().level(), 0.75);
-    host.loop.advance(Seconds{10});
+    suite.loop.advance(Seconds{10});
     EXPECT_DOUBLE_EQ(delegate->steam().level(), 0.75) << "held, not a puff that ends";
 }
 
 TEST_F(AppDelegateTest, QuittingStopsEverySpiceAndKeepsTheStoredStates) {
     launch();
-    const auto stored = host.defaults.values();
+    const auto stored = suite.defaults.values();
     click(ClickButton::left);
     delegate->applicationWillTerminate();
-    EXPECT_EQ(host.defaults.values(), stored);
+    EXPECT_EQ(suite.defaults.values(), stored);
     EXPECT_EQ(delegate->stall()->steepingCount(), 0);
     EXPECT_DOUBLE_EQ(delegate->steam().level(), 0);
     panel().close();
     delegate.reset();
-    EXPECT_EQ(host.liveThings(), 0);
+    EXPECT_EQ(suite.liveThings(), 0);
 }
 
 TEST_F(AppDelegateTest, WithoutAMenuBarTheDashboardStandsInAfterFiveSeconds) {
-    host.statusBar.setShowsItems(false);
+    suite.statusBar.setShowsItems(false);
     launch();
-    host.loop.advance(Seconds{4.999});
+    suite.loop.advance(Seconds{4.999});
     EXPECT_EQ(windowsShown(), 0);
-    host.loop.advance(Seconds{0.001});
-    EXPECT_TRUE(windows.shows(dashboardTitle));
+    suite.loop.advance(Seconds{0.001});
+    EXPECT_TRUE(suite.windows.shows(dashboardTitle));
     delegate->togglePanel();
-    EXPECT_TRUE(windows.popovers.empty()) << "no item to hang a panel from";
+    EXPECT_TRUE(suite.windows.popovers.empty()) << "no item to hang a panel from";
 }
 
 TEST_F(AppDelegateTest, AnUnreachableMenuBarOpensTheDashboardOnce) {
-    host.statusBar.setReachable(false);
+    suite.statusBar.setReachable(false);
     launch();
-    host.loop.advance(Seconds{5});
-    EXPECT_TRUE(windows.shows(dashboardTitle));
-    windows.windows.at(0)->isShown = false;
-    host.loop.advance(Seconds{600});
-    EXPECT_FALSE(windows.shows(dashboardTitle)) << "closed by the user, it stays closed";
+    suite.loop.advance(Seconds{5});
+    EXPECT_TRUE(suite.windows.shows(dashboardTitle));
+    suite.windows.windows.at(0)->isShown = false;
+    suite.loop.advance(Seconds{600});
+    EXPECT_FALSE(suite.windows.shows(dashboardTitle)) << "closed by the user, it stays closed";
 }
 
 TEST_F(AppDelegateTest, AMenuBarThatGoesAwayLaterBringsTheDashboardAtOnce) {
     launch();
-    host.loop.advance(Seconds{3600});
+    suite.loop.advance(Seconds{3600});
     EXPECT_EQ(windowsShown(), 0);
-    host.statusBar.setReachable(false);
-    EXPECT_TRUE(windows.shows(dashboardTitle));
+    suite.statusBar.setReachable(false);
+    EXPECT_TRUE(suite.windows.shows(dashboardTitle));
 }
 
 TEST_F(AppDelegateTest, DestroyingTheDelegateTakesTheGlassOffTheBar) {
     launch();
     delegate.reset();
-    EXPECT_EQ(host.statusBar.liveItems(), 0);
+    EXPECT_EQ(suite.statusBar.liveItems(), 0);
 }
 
 } // namespace

@@ -1,5 +1,4 @@
-#include "Platforms/Simulated/SimulatedHost.hpp"
-#include "Platforms/Simulated/SimulatedShellWindows.hpp"
+#include "Platforms/Simulated/SimulatedSuite.hpp"
 #include "Zorbel/Blend.hpp"
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Spice.hpp"
@@ -15,23 +14,9 @@ using namespace ZorbelKit;
 
 class BlendTest : public ::testing::Test {
 protected:
-    std::unique_ptr<Stall> build() {
-        return Zorbel::Blend::build({.loop = host.loop,
-                                     .clock = host.clock,
-                                     .defaults = host.defaults,
-                                     .statusBar = host.statusBar,
-                                     .screens = host.screens,
-                                     .statistics = host.statistics,
-                                     .application = application,
-                                     .windows = windows,
-                                     .updater = nullptr,
-                                     .environment = {},
-                                     .information = {}});
-    }
+    std::unique_ptr<Stall> build() { return Zorbel::Blend::build(suite.host()); }
 
-    Simulated::SimulatedHost host;
-    Simulated::SimulatedApplication application;
-    Simulated::SimulatedShellWindows windows;
+    Simulated::SimulatedSuite suite;
 };
 
 TEST_F(BlendTest, HoldsTheTenSpicesInTheirOrderWithTheirWords) {
@@ -99,7 +84,7 @@ TEST_F(BlendTest, AFirstLaunchStartsTheFirstWaveSelectsTheFirstSpiceAndStoresJus
     EXPECT_EQ(stall->steepingCount(), 4);
     EXPECT_EQ(stall->selection(), "sivrel");
     std::set<std::string> keys;
-    for (const auto& [key, value] : host.defaults.values()) {
+    for (const auto& [key, value] : suite.defaults.values()) {
         keys.insert(key);
     }
     EXPECT_EQ(keys,
@@ -109,12 +94,12 @@ TEST_F(BlendTest, AFirstLaunchStartsTheFirstWaveSelectsTheFirstSpiceAndStoresJus
 
 TEST_F(BlendTest, ASpiceThatIsOffHoldsNothing) {
     for (const char* id : {"sivrel", "mordan", "pintho", "rusket"}) {
-        host.defaults.setBoolean("spice." + std::string(id) + ".enabled", false);
+        suite.defaults.setBoolean("spice." + std::string(id) + ".enabled", false);
     }
     const auto stall = build();
     EXPECT_EQ(stall->steepingCount(), 0);
-    EXPECT_EQ(host.liveThings(), 0);
-    EXPECT_EQ(host.statistics.processorReads, 0);
+    EXPECT_EQ(suite.liveThings(), 0);
+    EXPECT_EQ(suite.statistics.processorReads, 0);
 }
 
 TEST_F(BlendTest, EverySpiceGivesBackAllItTookWhenItIsTurnedOff) {
@@ -122,14 +107,14 @@ TEST_F(BlendTest, EverySpiceGivesBackAllItTookWhenItIsTurnedOff) {
     for (const auto& spice : stall->spices()) {
         stall->setEnabled(false, *spice);
     }
-    const int resting = host.liveThings();
+    const int resting = suite.liveThings();
     EXPECT_EQ(resting, 0);
     for (const auto& spice : stall->spices()) {
         SCOPED_TRACE(spice->id());
         stall->setEnabled(true, *spice);
-        host.loop.advance(Seconds{5});
+        suite.loop.advance(Seconds{5});
         stall->setEnabled(false, *spice);
-        EXPECT_EQ(host.liveThings(), resting);
+        EXPECT_EQ(suite.liveThings(), resting);
     }
 }
 

@@ -5,7 +5,6 @@
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
-#include <QFocusEvent>
 #include <QPainter>
 
 #include <cmath>
@@ -62,13 +61,8 @@ ButtonLook plainLook(const Color& colour) {
 
 } // namespace
 
-bool showsFocusFor(Qt::FocusReason reason) {
-    return reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ||
-           reason == Qt::ShortcutFocusReason;
-}
-
 PaintedButton::PaintedButton(const QString& text, ButtonLook look, QWidget* parent)
-    : QAbstractButton(parent)
+    : FocusButton(parent)
     , look_(std::move(look))
     , hover_(*this)
     , press_(*this) {
@@ -99,7 +93,7 @@ void PaintedButton::paintEvent(QPaintEvent*) {
     painter.setPen(mixed(look_.text, look_.hoverText, hover_.value()));
     painter.setFont(font());
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextHideMnemonic, text());
-    if (showsFocus_) {
+    if (showsFocus()) {
         paintFocusRing(painter, rect(), look_.radius);
     }
 }
@@ -112,16 +106,6 @@ void PaintedButton::enterEvent(QEnterEvent* event) {
 void PaintedButton::leaveEvent(QEvent* event) {
     hover_.to(0, Pour::settle(Pour::sip));
     QAbstractButton::leaveEvent(event);
-}
-
-void PaintedButton::focusInEvent(QFocusEvent* event) {
-    showsFocus_ = showsFocusFor(event->reason());
-    QAbstractButton::focusInEvent(event);
-}
-
-void PaintedButton::focusOutEvent(QFocusEvent* event) {
-    showsFocus_ = false;
-    QAbstractButton::focusOutEvent(event);
 }
 
 BrassButton::BrassButton(const QString& text, QWidget* parent)

@@ -1,9 +1,9 @@
 #pragma once
 
 #include "ZorbelKit/Color.hpp"
+#include "ZorbelKit/Controls/FocusButton.hpp"
 #include "ZorbelKit/Controls/Glide.hpp"
 
-#include <QAbstractButton>
 #include <QFont>
 
 namespace ZorbelKit {
@@ -23,7 +23,7 @@ struct ButtonLook {
 };
 
 /// A button with a label, painted from a look; hover and press are animated.
-class PaintedButton : public QAbstractButton {
+class PaintedButton : public FocusButton {
 public:
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
@@ -34,14 +34,11 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void enterEvent(QEnterEvent* event) override;
     void leaveEvent(QEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
 
 private:
     ButtonLook look_;
     Glide hover_;
     Glide press_;
-    bool showsFocus_ = false;
 };
 
 /// The one main action of a place.
@@ -61,8 +58,5 @@ class PlainButton : public PaintedButton {
 public:
     PlainButton(const QString& text, const Color& colour, QWidget* parent = nullptr);
 };
-
-/// Whether focus that came for this reason is shown: by keyboard yes, by pointer no.
-bool showsFocusFor(Qt::FocusReason reason);
 
 } // namespace ZorbelKit

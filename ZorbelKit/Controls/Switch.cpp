@@ -1,18 +1,16 @@
 #include "ZorbelKit/Controls/Switch.hpp"
 
 #include "ZorbelKit/Controls/Accessible.hpp"
-#include "ZorbelKit/Controls/Buttons.hpp"
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
-#include <QFocusEvent>
 #include <QPainter>
 #include <QSignalBlocker>
 
 namespace ZorbelKit {
 
 Switch::Switch(const QString& name, QWidget* parent)
-    : QAbstractButton(parent)
+    : FocusButton(parent)
     , knob_(*this) {
     setCheckable(true);
     setFocusPolicy(Qt::StrongFocus);
@@ -52,19 +50,9 @@ void Switch::paintEvent(QPaintEvent*) {
     painter.setBrush(qColor(isChecked() ? cream : malai));
     painter.drawEllipse(
         QRectF(track.left() + inset + travel * progress, track.top() + inset, diameter, diameter));
-    if (showsFocus_) {
+    if (showsFocus()) {
         paintFocusRing(painter, rect(), radius + 1);
     }
-}
-
-void Switch::focusInEvent(QFocusEvent* event) {
-    showsFocus_ = showsFocusFor(event->reason());
-    QAbstractButton::focusInEvent(event);
-}
-
-void Switch::focusOutEvent(QFocusEvent* event) {
-    showsFocus_ = false;
-    QAbstractButton::focusOutEvent(event);
 }
 
 } // namespace ZorbelKit

@@ -1,14 +1,13 @@
 #pragma once
 
+#include "ZorbelKit/Controls/FocusButton.hpp"
 #include "ZorbelKit/Controls/Glide.hpp"
-
-#include <QAbstractButton>
 
 namespace ZorbelKit {
 
 /// An on/off switch. `toggled` speaks only for the user's own hand when the model is written back with
 /// `setCheckedSilently`.
-class Switch : public QAbstractButton {
+class Switch : public FocusButton {
 public:
     explicit Switch(const QString& name, QWidget* parent = nullptr);
 
@@ -17,14 +16,11 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void focusInEvent(QFocusEvent* event) override;
-    void focusOutEvent(QFocusEvent* event) override;
     void checkStateSet() override;
     void nextCheckState() override;
 
 private:
     Glide knob_;
-    bool showsFocus_ = false;
 };
 
 } // namespace ZorbelKit

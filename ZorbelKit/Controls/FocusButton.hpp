@@ -1,0 +1,22 @@
+#pragma once
+
+#include <QAbstractButton>
+
+namespace ZorbelKit {
+
+/// A button that knows whether to show that it has the keyboard: when focus came by the keyboard, not by the
+/// pointer.
+class FocusButton : public QAbstractButton {
+public:
+    using QAbstractButton::QAbstractButton;
+
+protected:
+    bool showsFocus() const { return showsFocus_; }
+    void focusInEvent(QFocusEvent* event) override;
+    void focusOutEvent(QFocusEvent* event) override;
+
+private:
+    bool showsFocus_ = false;
+};
+
+} // namespace ZorbelKit
