@@ -35,6 +35,14 @@ struct MenuProperties {
     QVariantMap properties;
 };
 
+/// (id, what happened, data, timestamp)
+struct MenuEvent {
+    int id = rootId;
+    QString name;
+    QDBusVariant data;
+    uint timestamp = 0;
+};
+
 static QDBusArgument& operator<<(QDBusArgument& argument, const MenuNode& node) {
     argument.beginStructure();
     argument << node.id << node.properties;
@@ -68,6 +76,20 @@ static const QDBusArgument& operator>>(const QDBusArgument& argument, MenuProper
     return argument;
 }
 
+static QDBusArgument& operator<<(QDBusArgument& argument, const MenuEvent& event) {
+    argument.beginStructure();
+    argument << event.id << event.name << event.data << event.timestamp;
+    argument.endStructure();
+    return argument;
+}
+
+static const QDBusArgument& operator>>(const QDBusArgument& argument, MenuEvent& event) {
+    argument.beginStructure();
+    argument >> event.id >> event.name >> event.data >> event.timestamp;
+    argument.endStructure();
+    return argument;
+}
+
 bool deliversRightClicks(std::string_view currentDesktop) {
     return namesDesktop(currentDesktop, {"KDE", "LXQt"});
 }
@@ -79,6 +101,8 @@ StatusMenu::StatusMenu(QString path, QString entry, std::function<void()> chosen
     qDBusRegisterMetaType<MenuNode>();
     qDBusRegisterMetaType<MenuProperties>();
     qDBusRegisterMetaType<QList<MenuProperties>>();
+    qDBusRegisterMetaType<MenuEvent>();
+    qDBusRegisterMetaType<QList<MenuEvent>>();
     QDBusConnection::sessionBus().registerVirtualObject(path_, this);
 }
 
@@ -128,16 +152,29 @@ bool StatusMenu::handleMessage(const QDBusMessage& message, const QDBusConnectio
                             : message.createErrorReply(QDBusError::InvalidArgs, "No such property"));
     } else if (member == "AboutToShow") {
         connection.send(message.createReply(false)); // nothing changes when it opens
+    } else if (member == "AboutToShowGroup") {
+        connection.send(
+            message.createReply({QVariant::fromValue(QList<int>()), QVariant::fromValue(QList<int>())}));
     } else if (member == "Event" && arguments.size() >= 2) {
         connection.send(message.createReply());
-        if (arguments.at(0).toInt() == entryId && arguments.at(1).toString() == "clicked") {
-            const auto chosen = chosen_; // the choice may destroy the item
-            chosen();
+        happened(arguments.at(0).toInt(), arguments.at(1).toString());
+    } else if (member == "EventGroup" && !arguments.isEmpty()) {
+        connection.send(message.createReply(QVariant::fromValue(QList<int>()))); // no id was unknown
+        const auto events = qdbus_cast<QList<MenuEvent>>(arguments.first());
+        for (const MenuEvent& event : events) {
+            happened(event.id, event.name);
         }
     } else {
         return false;
     }
     return true;
+}
+
+void StatusMenu::happened(int id, const QString& event) {
+    if (id == entryId && event == "clicked") {
+        const auto chosen = chosen_; // the choice may destroy the item
+        chosen();
+    }
 }
 
 QString StatusMenu::introspect(const QString&) const {
@@ -162,6 +199,13 @@ QString StatusMenu::introspect(const QString&) const {
   <method name="Event">
     <arg name="id" type="i" direction="in"/><arg name="eventId" type="s" direction="in"/>
     <arg name="data" type="v" direction="in"/><arg name="timestamp" type="u" direction="in"/>
+  </method>
+  <method name="EventGroup">
+    <arg name="events" type="a(isvu)" direction="in"/><arg name="idErrors" type="ai" direction="out"/>
+  </method>
+  <method name="AboutToShowGroup">
+    <arg name="ids" type="ai" direction="in"/>
+    <arg name="updatesNeeded" type="ai" direction="out"/><arg name="idErrors" type="ai" direction="out"/>
   </method>
   <method name="AboutToShow">
     <arg name="id" type="i" direction="in"/><arg name="needUpdate" type="b" direction="out"/>

@@ -24,6 +24,8 @@ public:
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
 
 private:
+    void happened(int id, const QString& event);
+
     const QString path_;
     const QString entry_;
     std::function<void()> chosen_;

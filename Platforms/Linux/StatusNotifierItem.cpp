@@ -125,12 +125,13 @@ void StatusNotifierItem::registerWithTray(std::function<void()> refused) {
 }
 
 void StatusNotifierItem::setImage(const ZorbelKit::Image& image, const QColor& tint) {
-    QList<IconPixmap> pixmaps;
-    for (const int side : {16, 22, 24, 32, 48}) {
-        pixmaps << iconPixmap(ZorbelKit::rendered(image, side / image.size().height, tint));
-    }
-    pixmaps_ = std::move(pixmaps);
-    isImagePending_ = true;
+    nextImage_ = [image, tint] {
+        QList<IconPixmap> pixmaps;
+        for (const int side : {16, 22, 24, 32, 48}) {
+            pixmaps << iconPixmap(ZorbelKit::rendered(image, side / image.size().height, tint));
+        }
+        return pixmaps;
+    };
     if (!imageDelay_) {
         tellImage();
     }
@@ -138,12 +139,12 @@ void StatusNotifierItem::setImage(const ZorbelKit::Image& image, const QColor& t
 
 void StatusNotifierItem::tellImage() {
     imageDelay_.reset();
-    if (!isImagePending_) {
+    if (!nextImage_) {
         return;
     }
-    isImagePending_ = false;
-    if (pixmaps_ != toldPixmaps_) {
-        toldPixmaps_ = pixmaps_;
+    auto pixmaps = std::exchange(nextImage_, nullptr)();
+    if (pixmaps != pixmaps_) {
+        pixmaps_ = std::move(pixmaps);
         tell("NewIcon");
         imageDelay_ = loop_.after(imageInterval, [this] { tellImage(); });
     }

@@ -62,9 +62,9 @@ private:
     ClickHandler clicked_;
     std::unique_ptr<StatusMenu> menu_; // null where right clicks are delivered
     QString toolTip_;
-    QList<IconPixmap> pixmaps_;     // what hosts may fetch
-    QList<IconPixmap> toldPixmaps_; // what they have been told of
-    bool isImagePending_ = false;
+    std::function<QList<IconPixmap>()>
+        nextImage_;             // drawn when hosts may be told of it; empty when they know the last
+    QList<IconPixmap> pixmaps_; // what hosts may fetch
     ZorbelKit::Token imageDelay_;
 };
 

@@ -1,0 +1,53 @@
+#pragma once
+
+#include "Benchmarks/Measure.hpp"
+
+#include <string>
+#include <vector>
+
+namespace Bench {
+
+/// A program that runs until this object goes. It has a home folder of its own, inside that of the desktop
+/// session, in which zorbel has been launched before, so that it starts into the menu bar alone.
+class Program {
+public:
+    explicit Program(const std::vector<std::string>& command);
+    Program(const Program&) = delete;
+    Program& operator=(const Program&) = delete;
+    ~Program();
+
+    pid_t process() const { return process_; }
+    Nanoseconds spawned() const { return spawned_; }
+
+    /// The next line that the program prints; fails when none comes for ten seconds.
+    std::string line();
+    /// Whether a line can be had at once.
+    bool hasLine();
+
+private:
+    bool waitForLine(int patience); // milliseconds
+
+    pid_t process_ = 0;
+    int output_ = -1;
+    std::string read_; // what was printed and not yet taken
+    Nanoseconds spawned_ = 0;
+};
+
+/// A tray of the benchmark's own, without which programs find none.
+class Tray {
+public:
+    Tray();
+
+    /// When the next program registered its item.
+    Nanoseconds itemRegistered();
+    /// How often items changed their picture since the last call.
+    int picturesChanged();
+
+private:
+    Program host_;
+};
+
+std::vector<std::string> zorbel();
+std::vector<std::string> bareTray();
+
+} // namespace Bench
