@@ -30,7 +30,7 @@ private:
 };
 
 /// The block in the menu panel: load and memory in percent.
-class RusketMenuSection : public ZorbelKit::LiveView {
+class RusketMenuSection final : public ZorbelKit::LiveView {
 public:
     RusketMenuSection(const RusketSpice& spice, QWidget* parent);
 
@@ -45,7 +45,7 @@ private:
 
 /// A ring gauge of three quarters of a turn, the gap at the bottom; the percentage in it and the label under
 /// it.
-class Regulator : public QWidget {
+class Regulator final : public QWidget {
 public:
     static constexpr int diameter = 84;
 
@@ -94,7 +94,7 @@ private:
 };
 
 /// The dashboard page.
-class RusketPanel : public ZorbelKit::LiveView {
+class RusketPanel final : public ZorbelKit::LiveView {
 public:
     RusketPanel(const RusketSpice& spice, QWidget* parent);
 

@@ -42,7 +42,7 @@ QWidget* makeSection(Spice& spice, QWidget* parent) {
     return section;
 }
 
-class MenuPanel : public LiveView {
+class MenuPanel final : public LiveView {
 public:
     MenuPanel(Stall& stall, Updates& updates, Application& application, std::function<void()> openDashboard,
               QWidget* parent)

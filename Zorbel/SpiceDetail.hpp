@@ -35,7 +35,7 @@ protected:
 };
 
 /// The right pane: the selected spice's header, and its page or the dormant one. Empty without a selection.
-class SpiceDetail : public ZorbelKit::LiveView {
+class SpiceDetail final : public ZorbelKit::LiveView {
 public:
     SpiceDetail(ZorbelKit::Stall& stall, QWidget* parent);
 

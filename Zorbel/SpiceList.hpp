@@ -71,7 +71,7 @@ private:
 };
 
 /// The left column: the masthead and all spices by wave. Up, Down, Home and End move the selection.
-class SpiceList : public ZorbelKit::LiveView {
+class SpiceList final : public ZorbelKit::LiveView {
 public:
     static constexpr int listWidth = 268;
 

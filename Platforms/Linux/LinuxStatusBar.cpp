@@ -158,8 +158,8 @@ private:
     std::optional<Rect> trayClickFrame_;
     MenuBarItem* onBar_ = nullptr; // owned by the bar
     std::unique_ptr<StatusNotifierItem> inTray_;
-    inline static int created_ = 0;
-    const int number_ = created_++;
+    inline static int created = 0;
+    const int number_ = created++;
 };
 
 LinuxStatusBar::LinuxStatusBar(MainLoop& loop)

@@ -80,8 +80,8 @@ IconPixmap iconPixmap(const QImage& image) {
     return result;
 }
 
-StatusNotifierItem::StatusNotifierItem(ZorbelKit::MainLoop& loop, std::string path, std::string name,
-                                       ClickHandler clicked)
+StatusNotifierItem::StatusNotifierItem(ZorbelKit::MainLoop& loop, const std::string& path,
+                                       const std::string& name, ClickHandler clicked)
     : loop_(loop)
     , path_(QString::fromStdString(path))
     , name_(QString::fromStdString(name))
@@ -107,7 +107,7 @@ StatusNotifierItem::~StatusNotifierItem() {
     QDBusConnection::sessionBus().unregisterObject(path_);
 }
 
-void StatusNotifierItem::registerWithTray(std::function<void()> refused) {
+void StatusNotifierItem::registerWithTray(const std::function<void()>& refused) {
     const QDBusConnection bus = QDBusConnection::sessionBus();
     QDBusMessage request = QDBusMessage::createMethodCall(watcherService, watcherPath, watcherService,
                                                           "RegisterStatusNotifierItem");

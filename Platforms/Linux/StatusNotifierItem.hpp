@@ -38,12 +38,13 @@ public:
 
     /// `path` is the object's path on the session bus, unique in the process; `name` identifies the item to
     /// hosts.
-    StatusNotifierItem(ZorbelKit::MainLoop& loop, std::string path, std::string name, ClickHandler clicked);
+    StatusNotifierItem(ZorbelKit::MainLoop& loop, const std::string& path, const std::string& name,
+                       ClickHandler clicked);
     ~StatusNotifierItem() override;
 
     /// Puts the item into the tray that runs now; again for every new tray. `refused` is called when it will
     /// not have it.
-    void registerWithTray(std::function<void()> refused);
+    void registerWithTray(const std::function<void()>& refused);
 
     void setImage(const ZorbelKit::Image& image, const QColor& tint);
     void setToolTip(const std::string& text);

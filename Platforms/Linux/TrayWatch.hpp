@@ -23,10 +23,9 @@ public:
     /// returns.
     void start();
 
-public Q_SLOTS:
-    void ask(); // a slot by name: that is how the bus delivers signals
-
 private:
+    Q_SLOT void ask(); // known to the toolkit by name: that is how the bus delivers signals
+
     std::function<void(bool)> answered_;
     std::unique_ptr<QDBusServiceWatcher> owner_;
     int question_ = 0; // only the newest question's reply counts

@@ -1,0 +1,76 @@
+#include "Tests/Desktop/DesktopTest.hpp"
+
+#include <csignal>
+#include <regex>
+
+using namespace Desktop;
+
+class Endings : public DesktopTest {};
+
+TEST_F(Endings, SignalsOfASessionEndItInGoodOrder) {
+    struct Row {
+        const char* name;
+        int signal;
+        bool hasWindows;
+    };
+    const Row rows[] = {{"terminate", SIGTERM, false},
+                        {"interrupt", SIGINT, false},
+                        {"hang up", SIGHUP, false},
+                        {"terminate, windows open", SIGTERM, true},
+                        {"interrupt, windows open", SIGINT, true}};
+    const nlohmann::json stored{{"app.hasLaunched", true},       {"spice.hushel.enabled", true},
+                                {"spice.mordan.enabled", false}, {"spice.pintho.enabled", true},
+                                {"spice.rusket.enabled", true},  {"spice.sivrel.enabled", false},
+                                {"stall.selection", "pintho"}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        settings.write(stored);
+        Program& zorbel = start();
+        const QPoint place = glass();
+        if (row.hasWindows) {
+            screen().click(place, XCB_BUTTON_INDEX_3);
+            ASSERT_TRUE(waitForDashboard());
+            screen().click(place);
+            ASSERT_TRUE(waitForPanel());
+        }
+        zorbel.send(row.signal);
+        EXPECT_EQ(zorbel.waitForEnd(), 0) << zorbel.output();
+        EXPECT_EQ(zorbel.output(), "");
+        EXPECT_EQ(settings.read(), stored);
+        EXPECT_TRUE(until([] { return !findBar(screen()); }));
+    }
+}
+
+TEST_F(Endings, ASignalDuringStartUpEndsIt) {
+    Program& zorbel = start();
+    ASSERT_TRUE(until([&] { return findBar(screen()) || !zorbel.isRunning(); }));
+    zorbel.send(SIGTERM); // the bar has only just been shown
+    EXPECT_EQ(zorbel.waitForEnd(), 0) << zorbel.output();
+}
+
+TEST_F(Endings, TheEndOfTheServerEndsIt) {
+    Program server({"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"});
+    // It may first say which displays it found taken; the number stands on a line of its own.
+    std::smatch line;
+    std::string said;
+    const std::regex number("(^|\\n)(\\d+)\\n");
+    ASSERT_TRUE(until([&] {
+        said = server.output();
+        return std::regex_search(said, line, number);
+    })) << said;
+    const std::string display = ":" + line[2].str();
+
+    Program& zorbel = start({{"DISPLAY", display}});
+    {
+        const Screen nested(display.c_str());
+        ASSERT_TRUE(until([&] { return findBar(nested).has_value(); }));
+        nested.click(glassOn(findBar(nested)).center());
+        ASSERT_TRUE(until([&] { return findPanel(nested).has_value(); }));
+    }
+    server.send(SIGTERM);
+    ASSERT_TRUE(server.waitForEnd());
+    const auto status = zorbel.waitForEnd();
+    ASSERT_TRUE(status) << "it hangs";
+    EXPECT_LT(*status, 128) << "ended by a signal: " << zorbel.output();
+    EXPECT_EQ(settings.read().value("spice.rusket.enabled", false), true);
+}
