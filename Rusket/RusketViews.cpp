@@ -15,6 +15,8 @@
 #include <QVBoxLayout>
 
 #include <algorithm>
+#include <cmath>
+#include <numbers>
 #include <utility>
 
 namespace Rusket {
@@ -25,6 +27,8 @@ namespace {
 
 constexpr double ringWidth = 6;
 constexpr double ringShare = 0.75; // of a full turn
+constexpr double arcLength = ringShare * std::numbers::pi * (Regulator::diameter - ringWidth); // points
+constexpr double leastVisible = 0.5; // points; a smaller move of the arc's end is not worth its frames
 constexpr int historyHeight = 92;
 
 /// A column of a label and a reading, without margins.
@@ -106,7 +110,10 @@ void Regulator::setValue(double fraction) {
     const QSize size = figure_->sizeHint();
     const QPoint corner((diameter - size.width()) / 2, (diameter - size.height()) / 2);
     figure_->setGeometry(QRect(corner, size));
-    arc_.to(clamped(fraction, 0, 1), Pour::settle(Pour::pour));
+    const double share = clamped(fraction, 0, 1);
+    if (std::abs(share - arc_.target()) * arcLength >= leastVisible) {
+        arc_.to(share, Pour::settle(Pour::pour));
+    }
 }
 
 void Regulator::paintEvent(QPaintEvent*) {
