@@ -89,7 +89,7 @@ void AppDelegate::openFirstWindow() {
 
 void AppDelegate::watchReachability() {
     const auto standIn = [this] {
-        if ((!statusItem_ || !host_.statusBar.isReachable()) && !onboarding_) {
+        if ((!statusItem_ || !host_.statusBar.isReachable()) && !isOnboardingShown()) {
             showDashboard();
         }
     };
@@ -102,6 +102,14 @@ void AppDelegate::clicked(const StatusClick& click) {
         showDashboard();
     } else {
         togglePanel();
+    }
+}
+
+void AppDelegate::comeForward() {
+    if (isOnboardingShown()) {
+        showOnboarding();
+    } else {
+        showDashboard();
     }
 }
 

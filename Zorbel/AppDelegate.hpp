@@ -26,6 +26,9 @@ public:
     /// Left and right button of the glass.
     void clicked(const ZorbelKit::StatusClick& click);
 
+    /// What a second start of the program asks for: the window a first launch is at, else the dashboard.
+    void comeForward();
+
     void togglePanel();
     void showDashboard();
     void showOnboarding();
@@ -45,6 +48,7 @@ private:
     void finishOnboarding();
     void openDashboardFromPanel();
     bool isPanelShown() const { return panel_ && panel_->isShown(); }
+    bool isOnboardingShown() const { return onboarding_ && onboarding_->isShown(); }
 
     Host host_;
     std::unique_ptr<ZorbelKit::Stall> stall_;

@@ -78,13 +78,13 @@ public:
         AppDelegate* running = nullptr;
         const auto comeForward = [&running] {
             if (running) {
-                running->showDashboard();
+                running->comeForward();
             }
         };
 
         Linux::SingleInstance instance(comeForward);
         if (instance.claim() == Linux::SingleInstance::Outcome::alreadyRunning) {
-            std::fprintf(stderr, "zorbel: already running; its dashboard comes forward\n");
+            std::fprintf(stderr, "zorbel: already running; it comes forward\n");
             return 0;
         }
         ZorbelKit::applyTheme(application);

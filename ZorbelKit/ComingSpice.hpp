@@ -10,7 +10,7 @@ class ComingSpice : public Spice {
 public:
     void steep() override {}
     void rest() override {}
-    AnyView dashboard() override;
+    AnyView dashboard() override; // these two in Controls/ComingViews.cpp
     AnyView menuSection() override;
 
 protected:

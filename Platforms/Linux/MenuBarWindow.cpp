@@ -1,5 +1,6 @@
 #include "Platforms/Linux/MenuBarWindow.hpp"
 
+#include "Platforms/Linux/BarStrut.hpp"
 #include "Platforms/Linux/StatusLayout.hpp"
 #include "Platforms/Linux/XConnection.hpp"
 #include "ZorbelKit/Controls/Accessible.hpp"
@@ -210,28 +211,23 @@ void MenuBarWindow::reserveRoom() {
     if (!connection || !screen) {
         return;
     }
-    // Device pixels of the whole root window; ends are inclusive.
-    const double scale = screen->devicePixelRatio();
-    const QRect area = screen->geometry();
-    const auto pixels = [scale](int points) {
-        return static_cast<std::uint32_t>(std::lround(points * scale));
+    // The toolkit keeps a monitor's corner in device pixels and divides its size by the scale.
+    const auto pixels = [](const QScreen& each) {
+        const QRect area = each.geometry();
+        const double scale = each.devicePixelRatio();
+        return Rect{static_cast<double>(area.x()), static_cast<double>(area.y()), area.width() * scale,
+                    area.height() * scale};
     };
-    const auto top = static_cast<std::uint32_t>(area.y()) + pixels(barHeight);
-    const auto startX = static_cast<std::uint32_t>(area.x());
-    const auto endX = startX + pixels(area.width()) - 1;
-
-    // A strut reaches from the edge of the root window: with a monitor above the main one it would swallow
-    // that monitor, so the bar then floats over what is below it.
-    const bool isTopMost = std::ranges::none_of(QGuiApplication::screens(), [&](const QScreen* other) {
-        const QRect place = other->geometry();
-        return place.y() < area.y() && place.x() < area.x() + area.width() &&
-               place.x() + place.width() > area.x();
-    });
-    const std::uint32_t reserved = isTopMost ? top : 0;
+    std::vector<Rect> others;
+    for (const QScreen* other : QGuiApplication::screens()) {
+        if (other != screen) {
+            others.push_back(pixels(*other));
+        }
+    }
+    const auto strut = barStrut(pixels(*screen), barHeight * screen->devicePixelRatio(), others);
     const auto window = static_cast<xcb_window_t>(winId());
-    setCardinals(connection, window, "_NET_WM_STRUT", std::array<std::uint32_t, 4>{0, 0, reserved, 0});
-    setCardinals(connection, window, "_NET_WM_STRUT_PARTIAL",
-                 std::array<std::uint32_t, 12>{0, 0, reserved, 0, 0, 0, 0, 0, startX, endX, 0, 0});
+    setCardinals(connection, window, "_NET_WM_STRUT", std::array<std::uint32_t, 4>{0, 0, strut[2], 0});
+    setCardinals(connection, window, "_NET_WM_STRUT_PARTIAL", strut);
     xcb_flush(connection);
 }
 

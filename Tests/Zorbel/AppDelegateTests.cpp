@@ -226,6 +226,19 @@ TEST_F(AppDelegateTest, QuittingStopsEverySpiceAndKeepsTheStoredStates) {
     EXPECT_EQ(suite.liveThings(), 0);
 }
 
+TEST_F(AppDelegateTest, ASecondStartBringsTheDashboardOrTheFirstLaunchForward) {
+    suite.defaults.remove("app.hasLaunched");
+    launch();
+    suite.loop.advance(Seconds{0.4});
+    delegate->comeForward();
+    EXPECT_EQ(suite.windows.titled(onboardingTitle)->fronts, 2);
+    EXPECT_FALSE(suite.windows.shows(dashboardTitle));
+    suite.windows.titled(onboardingTitle)->isShown = false; // closed by the user
+    delegate->comeForward();
+    EXPECT_TRUE(suite.windows.shows(dashboardTitle));
+    EXPECT_FALSE(suite.defaults.boolean("app.hasLaunched")) << "and the first launch comes back next time";
+}
+
 TEST_F(AppDelegateTest, WithoutAMenuBarTheDashboardStandsInAfterFiveSeconds) {
     suite.statusBar.setShowsItems(false);
     launch();

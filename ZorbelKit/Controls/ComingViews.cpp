@@ -1,5 +1,4 @@
 #include "ZorbelKit/ComingSpice.hpp"
-
 #include "ZorbelKit/Controls/Counter.hpp"
 #include "ZorbelKit/Controls/Text.hpp"
 #include "ZorbelKit/Palette.hpp"
