@@ -188,8 +188,7 @@ void SpiceDetail::refresh() {
         header_->refresh();
         auto* column = static_cast<QVBoxLayout*>(scroll_->widget()->layout());
         QWidget* old = page_;
-        page_ = spice->isEnabled() ? spice->dashboard().build(scroll_->widget())
-                                   : new Dormant(*spice, stall_, scroll_->widget());
+        page_ = makePage(*spice, scroll_->widget());
         const bool hadFocus = old && old->isAncestorOf(focusWidget());
         const std::unique_ptr<QLayoutItem> replaced(column->replaceWidget(old, page_));
         old->hide();
@@ -203,6 +202,10 @@ void SpiceDetail::refresh() {
     }
 }
 
+QWidget* SpiceDetail::makePage(Spice& spice, QWidget* parent) {
+    return spice.isEnabled() ? spice.dashboard().build(parent) : new Dormant(spice, stall_, parent);
+}
+
 void SpiceDetail::show(Spice* spice) {
     auto* content = new QWidget;
     header_ = nullptr;
@@ -213,7 +216,7 @@ void SpiceDetail::show(Spice* spice) {
         column->setContentsMargins(paddingX, paddingY, paddingX, paddingY);
         column->setSpacing(24);
         header_ = new DetailHeader(*spice, stall_, content);
-        page_ = spice->isEnabled() ? spice->dashboard().build(content) : new Dormant(*spice, stall_, content);
+        page_ = makePage(*spice, content);
         column->addWidget(header_);
         column->addWidget(page_);
         column->addStretch();

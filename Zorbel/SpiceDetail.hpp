@@ -52,6 +52,7 @@ private:
     };
 
     ZorbelKit::Spice* selected() const;
+    QWidget* makePage(ZorbelKit::Spice& spice, QWidget* parent);
     void show(ZorbelKit::Spice* spice);
     void fadeFromOldPage();
 

@@ -1,5 +1,6 @@
 #include "Platforms/Linux/StatusMenu.hpp"
 
+#include "Platforms/Linux/BusProperties.hpp"
 #include "Platforms/Linux/DesktopNames.hpp"
 
 #include <QDBusArgument>
@@ -8,6 +9,7 @@
 #include <QDBusMetaType>
 #include <QDBusVariant>
 
+#include <algorithm>
 #include <utility>
 
 namespace Linux {
@@ -15,10 +17,13 @@ namespace Linux {
 namespace {
 
 constexpr auto menuInterface = "com.canonical.dbusmenu";
-constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr int rootId = 0;
 constexpr int entryId = 1;
 constexpr uint revision = 1;
+
+bool isChoice(int id, const QString& event) {
+    return id == entryId && event == "clicked";
+}
 
 } // namespace
 
@@ -116,21 +121,12 @@ bool StatusMenu::handleMessage(const QDBusMessage& message, const QDBusConnectio
     const QVariantMap entry{{"label", entry_}, {"enabled", true}, {"visible", true}};
     const QVariantMap root{{"children-display", "submenu"}};
 
-    if (message.interface() == propertiesInterface) {
-        const QVariantMap all{{"Version", 3U},
-                              {"Status", "normal"},
-                              {"TextDirection", "ltr"},
-                              {"IconThemePath", QStringList()}};
-        if (member == "GetAll") {
-            connection.send(message.createReply(QVariant(all)));
-            return true;
-        }
-        if (member == "Get" && arguments.size() == 2 && all.contains(arguments.at(1).toString())) {
-            const QVariant value = all.value(arguments.at(1).toString());
-            connection.send(message.createReply(QVariant::fromValue(QDBusVariant(value))));
-            return true;
-        }
-        return false;
+    if (answerProperties(message, connection,
+                         {{"Version", 3U},
+                          {"Status", "normal"},
+                          {"TextDirection", "ltr"},
+                          {"IconThemePath", QStringList()}})) {
+        return true;
     }
     if (message.interface() != menuInterface && !message.interface().isEmpty()) {
         return false;
@@ -157,12 +153,15 @@ bool StatusMenu::handleMessage(const QDBusMessage& message, const QDBusConnectio
             message.createReply({QVariant::fromValue(QList<int>()), QVariant::fromValue(QList<int>())}));
     } else if (member == "Event" && arguments.size() >= 2) {
         connection.send(message.createReply());
-        happened(arguments.at(0).toInt(), arguments.at(1).toString());
+        if (isChoice(arguments.at(0).toInt(), arguments.at(1).toString())) {
+            choose();
+        }
     } else if (member == "EventGroup" && !arguments.isEmpty()) {
         connection.send(message.createReply(QVariant::fromValue(QList<int>()))); // no id was unknown
         const auto events = qdbus_cast<QList<MenuEvent>>(arguments.first());
-        for (const MenuEvent& event : events) {
-            happened(event.id, event.name);
+        if (std::ranges::any_of(events,
+                                [](const MenuEvent& event) { return isChoice(event.id, event.name); })) {
+            choose();
         }
     } else {
         return false;
@@ -170,11 +169,9 @@ bool StatusMenu::handleMessage(const QDBusMessage& message, const QDBusConnectio
     return true;
 }
 
-void StatusMenu::happened(int id, const QString& event) {
-    if (id == entryId && event == "clicked") {
-        const auto chosen = chosen_; // the choice may destroy the item
-        chosen();
-    }
+void StatusMenu::choose() const {
+    const auto chosen = chosen_; // the choice may destroy the item and this menu with it
+    chosen();
 }
 
 QString StatusMenu::introspect(const QString&) const {

@@ -24,7 +24,7 @@ public:
     bool handleMessage(const QDBusMessage& message, const QDBusConnection& connection) override;
 
 private:
-    void happened(int id, const QString& event);
+    void choose() const;
 
     const QString path_;
     const QString entry_;

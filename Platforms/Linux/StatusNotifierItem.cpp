@@ -1,5 +1,6 @@
 #include "Platforms/Linux/StatusNotifierItem.hpp"
 
+#include "Platforms/Linux/BusProperties.hpp"
 #include "ZorbelKit/Surfaces/PainterCanvas.hpp"
 
 #include <QDBusArgument>
@@ -21,7 +22,6 @@ using ZorbelKit::ClickButton;
 namespace {
 
 constexpr auto itemInterface = "org.kde.StatusNotifierItem";
-constexpr auto propertiesInterface = "org.freedesktop.DBus.Properties";
 constexpr auto watcherService = "org.kde.StatusNotifierWatcher";
 constexpr auto watcherPath = "/StatusNotifierWatcher";
 constexpr auto noMenu = "/NO_DBUSMENU";
@@ -91,10 +91,8 @@ StatusNotifierItem::StatusNotifierItem(ZorbelKit::MainLoop& loop, const std::str
     qDBusRegisterMetaType<ToolTip>();
     QDBusConnection::sessionBus().registerVirtualObject(path_, this);
     if (!deliversRightClicks(qEnvironmentVariable("XDG_CURRENT_DESKTOP").toStdString())) {
-        menu_ = std::make_unique<StatusMenu>(path_ + "/Menu", "Open Zorbel", [this] {
-            const auto click = clicked_; // the click may destroy the item
-            click(ClickButton::right, {});
-        });
+        menu_ = std::make_unique<StatusMenu>(path_ + "/Menu", "Open Zorbel",
+                                             [this] { click(ClickButton::right, {}); });
     }
 }
 
@@ -105,6 +103,11 @@ StatusNotifierItem::~StatusNotifierItem() {
     gone << "Passive";
     QDBusConnection::sessionBus().send(gone);
     QDBusConnection::sessionBus().unregisterObject(path_);
+}
+
+void StatusNotifierItem::click(ClickButton button, QPoint position) const {
+    const auto clicked = clicked_; // the click may destroy the item
+    clicked(button, position);
 }
 
 void StatusNotifierItem::registerWithTray(const std::function<void()>& refused) {
@@ -218,28 +221,15 @@ bool StatusNotifierItem::handleMessage(const QDBusMessage& message, const QDBusC
     const QString member = message.member();
     const QVariantList arguments = message.arguments();
 
-    if (message.interface() == propertiesInterface) {
-        if (member == "GetAll") {
-            connection.send(message.createReply(QVariant(properties())));
-            return true;
-        }
-        if (member == "Get" && arguments.size() == 2) {
-            const QVariant value = properties().value(arguments.at(1).toString());
-            connection.send(value.isValid()
-                                ? message.createReply(QVariant::fromValue(QDBusVariant(value)))
-                                : message.createErrorReply(QDBusError::UnknownProperty, "No such property"));
-            return true;
-        }
-        return false;
+    if (answerProperties(message, connection, properties())) {
+        return true;
     }
-
     const bool isClick = member == "Activate" || member == "SecondaryActivate" || member == "ContextMenu";
     if (isClick && arguments.size() == 2) {
         // Answered first: a host may wait for the reply before it serves what the click leads to.
         connection.send(message.createReply());
         const QPoint position(arguments.at(0).toInt(), arguments.at(1).toInt());
-        const auto clicked = clicked_; // the click may destroy the item
-        clicked(member == "Activate" ? ClickButton::left : ClickButton::right, position);
+        click(member == "Activate" ? ClickButton::left : ClickButton::right, position);
         return true;
     }
     if (member == "Scroll") {

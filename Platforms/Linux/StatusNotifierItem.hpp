@@ -54,6 +54,7 @@ public:
 
 private:
     QVariantMap properties() const;
+    void click(ZorbelKit::ClickButton button, QPoint position) const;
     void tell(const char* signal) const;
     void tellImage();
 
@@ -63,8 +64,8 @@ private:
     ClickHandler clicked_;
     std::unique_ptr<StatusMenu> menu_; // null where right clicks are delivered
     QString toolTip_;
-    std::function<QList<IconPixmap>()>
-        nextImage_;             // drawn when hosts may be told of it; empty when they know the last
+    /// Draws what hosts have not been told of yet; empty when they know the last.
+    std::function<QList<IconPixmap>()> nextImage_;
     QList<IconPixmap> pixmaps_; // what hosts may fetch
     ZorbelKit::Token imageDelay_;
 };

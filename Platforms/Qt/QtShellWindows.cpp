@@ -150,7 +150,7 @@ void QtApplication::becomeAccessory() {
 }
 
 void QtApplication::terminate() {
-    QCoreApplication::exit(0); // `quit` would ask every window to close first, and ours only hide
+    QCoreApplication::quit();
 }
 
 std::unique_ptr<Zorbel::PopoverWindow> QtShellWindows::popover(Size contentSize, AnyView content) {
