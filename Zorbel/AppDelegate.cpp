@@ -53,7 +53,8 @@ void AppDelegate::applicationWillTerminate() {
 }
 
 void AppDelegate::installStatusItem() {
-    statusItem_ = host_.statusBar.statusItem(StatusBar::squareLength, "zorbel.status");
+    statusItem_ =
+        host_.statusBar.statusItem(StatusBar::squareLength, "zorbel.status", StatusItemKind::button);
     if (!statusItem_) {
         return;
     }

@@ -1,5 +1,5 @@
 #include "Platforms/Linux/JsonDefaults.hpp"
-#include "Platforms/Linux/LinuxStatusBar.hpp"
+#include "Platforms/Linux/MenuBar/LinuxStatusBar.hpp"
 #include "Platforms/Linux/ProcHostStatistics.hpp"
 #include "Platforms/Linux/SingleInstance.hpp"
 #include "Platforms/Linux/TerminationSignals.hpp"

@@ -29,13 +29,14 @@ private:
     std::shared_ptr<Item> item_;
 };
 
-std::unique_ptr<ZorbelKit::StatusItem> SimulatedStatusBar::statusItem(double length,
-                                                                      std::string autosaveName) {
+std::unique_ptr<ZorbelKit::StatusItem> SimulatedStatusBar::statusItem(double length, std::string autosaveName,
+                                                                      ZorbelKit::StatusItemKind kind) {
     if (!showsItems_) {
         return nullptr;
     }
     auto item = std::make_shared<Item>();
     item->autosaveName = std::move(autosaveName);
+    item->kind = kind;
     item->length = length;
     items_.push_back(item);
     return std::make_unique<Handle>(*this, item);
@@ -65,6 +66,18 @@ void SimulatedStatusBar::setPushesOthers(bool on) {
 
 void SimulatedStatusBar::setReachable(bool on) {
     isReachable_ = on;
+    changes_.notify();
+}
+
+void SimulatedStatusBar::setUsesOwnBar(bool on) {
+    if (usesOwnBar_) {
+        setChoice(on);
+        setPushesOthers(on);
+    }
+}
+
+void SimulatedStatusBar::setChoice(std::optional<bool> usesOwnBar) {
+    usesOwnBar_ = usesOwnBar;
     changes_.notify();
 }
 

@@ -13,6 +13,7 @@ class SimulatedStatusBar : public ZorbelKit::StatusBar {
 public:
     struct Item {
         std::string autosaveName;
+        ZorbelKit::StatusItemKind kind = ZorbelKit::StatusItemKind::button;
         double length = 0;
         ZorbelKit::Image image;
         std::string toolTip;
@@ -21,9 +22,13 @@ public:
         int imagesShown = 0;
     };
 
-    std::unique_ptr<ZorbelKit::StatusItem> statusItem(double length, std::string autosaveName) override;
+    std::unique_ptr<ZorbelKit::StatusItem> statusItem(double length, std::string autosaveName,
+                                                      ZorbelKit::StatusItemKind kind) override;
     bool pushesOthers() const override { return pushesOthers_; }
     bool isReachable() const override { return isReachable_ && showsItems_; }
+    std::optional<bool> usesOwnBar() const override { return usesOwnBar_; }
+    void setUsesOwnBar(bool on) override;
+    std::string arrangingHint() const override { return arrangingHint_; }
     ZorbelKit::Token onChange(std::function<void()> changed) override;
 
     /// As a user would: nothing happens where there is no such item.
@@ -35,6 +40,8 @@ public:
 
     void setPushesOthers(bool on);
     void setReachable(bool on);
+    void setChoice(std::optional<bool> usesOwnBar); // none: nothing to choose
+    void setArrangingHint(std::string hint) { arrangingHint_ = std::move(hint); }
     void setShowsItems(bool on) { showsItems_ = on; } // false: the platform has no status items at all
 
 private:
@@ -43,6 +50,8 @@ private:
     bool pushesOthers_ = true;
     bool isReachable_ = true;
     bool showsItems_ = true;
+    std::optional<bool> usesOwnBar_;
+    std::string arrangingHint_;
     ZorbelKit::Changes changes_;
 };
 

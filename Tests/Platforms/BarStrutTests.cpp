@@ -1,4 +1,4 @@
-#include "Platforms/Linux/BarStrut.hpp"
+#include "Platforms/Linux/MenuBar/BarStrut.hpp"
 
 #include <gtest/gtest.h>
 

@@ -313,7 +313,7 @@ TEST(SimulatedDefaults, ALaterWriteReplacesTheValueAndItsType) {
 
 TEST(SimulatedStatusBar, AnItemIsListedUntilItIsDestroyed) {
     SimulatedStatusBar bar;
-    auto item = bar.statusItem(SimulatedStatusBar::squareLength, "zorbel");
+    auto item = bar.statusItem(SimulatedStatusBar::squareLength, "zorbel", ZorbelKit::StatusItemKind::button);
     ASSERT_NE(item, nullptr);
     EXPECT_EQ(bar.liveItems(), 1);
     EXPECT_EQ(bar.item("zorbel")->length, -2);
@@ -331,7 +331,7 @@ TEST(SimulatedStatusBar, AnItemIsListedUntilItIsDestroyed) {
 
 TEST(SimulatedStatusBar, AClickTellsTheButtonAndTheFrameAndMayDestroyTheItem) {
     SimulatedStatusBar bar;
-    auto item = bar.statusItem(20, "zorbel");
+    auto item = bar.statusItem(20, "zorbel", ZorbelKit::StatusItemKind::button);
     std::optional<ZorbelKit::StatusClick> seen;
     bar.click("zorbel", ClickButton::left); // nobody listens yet
     item->onClick([&](const ZorbelKit::StatusClick& click) {
@@ -361,7 +361,7 @@ TEST(SimulatedStatusBar, TellsWhenItsWaysChange) {
 TEST(SimulatedStatusBar, HandsOutNothingWhereThereAreNoItems) {
     SimulatedStatusBar bar;
     bar.setShowsItems(false);
-    EXPECT_EQ(bar.statusItem(20, "zorbel"), nullptr);
+    EXPECT_EQ(bar.statusItem(20, "zorbel", ZorbelKit::StatusItemKind::button), nullptr);
     EXPECT_FALSE(bar.isReachable());
 }
 
@@ -394,6 +394,6 @@ TEST(SimulatedHost, CountsEverythingASpiceCouldLeaveBehind) {
     const Token timer = host.loop.every(Seconds{1}, [] {});
     const Token task = host.loop.after(Seconds{1}, [] {});
     const Token reader = host.screens.onChange([] {});
-    const auto item = host.statusBar.statusItem(20, "zorbel");
+    const auto item = host.statusBar.statusItem(20, "zorbel", ZorbelKit::StatusItemKind::button);
     EXPECT_EQ(host.liveThings(), before + 4);
 }

@@ -1,4 +1,4 @@
-#include "Platforms/Linux/StatusLayout.hpp"
+#include "Platforms/Linux/MenuBar/StatusLayout.hpp"
 
 #include <gtest/gtest.h>
 

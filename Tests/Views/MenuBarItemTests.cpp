@@ -1,5 +1,5 @@
-#include "Platforms/Linux/MenuBarWindow.hpp"
-#include "Platforms/Linux/StatusNotifierItem.hpp"
+#include "Platforms/Linux/MenuBar/MenuBarWindow.hpp"
+#include "Platforms/Linux/MenuBar/StatusNotifierItem.hpp"
 #include "Tests/Views/ViewTests.hpp"
 #include "ZorbelKit/Surfaces/ChaiGlassRenderer.hpp"
 #include "ZorbelKit/Surfaces/PainterCanvas.hpp"

@@ -19,6 +19,11 @@ struct StatusClick {
     std::optional<Rect> itemFrame; // none where the desktop's tray does not tell
 };
 
+enum class StatusItemKind {
+    button,  // there to be seen and clicked
+    divider, // there to push others out of sight; a tray that lays out its icons itself does not show it
+};
+
 /// One item in the system's menu bar; destroying it takes it off. Main thread only.
 class StatusItem {
 public:
@@ -45,7 +50,8 @@ public:
 
     /// A new item, to the left of the suite's earlier ones unless the user has placed it elsewhere; the place
     /// is remembered under the autosave name. Null where the platform shows no status items at all.
-    virtual std::unique_ptr<StatusItem> statusItem(double length, std::string autosaveName) = 0;
+    virtual std::unique_ptr<StatusItem> statusItem(double length, std::string autosaveName,
+                                                   StatusItemKind kind) = 0;
 
     /// Whether a wide item pushes those left of it out of sight.
     virtual bool pushesOthers() const = 0;
@@ -53,7 +59,18 @@ public:
     /// Whether the items are in the user's sight now, or on their way there.
     virtual bool isReachable() const = 0;
 
-    /// One of the above has changed.
+    /// Where the desktop has a tray of its own: whether the user would rather have the suite's bar. None
+    /// where there is nothing to choose.
+    virtual std::optional<bool> usesOwnBar() const = 0;
+
+    /// Remembered. Ignored where there is nothing to choose.
+    virtual void setUsesOwnBar(bool on) = 0;
+
+    /// How an icon is dragged to another place, where the keys are not called what they are on a Mac; empty
+    /// elsewhere.
+    virtual std::string arrangingHint() const = 0;
+
+    /// One of the reads above has changed.
     virtual Token onChange(std::function<void()> changed) = 0;
 };
 

@@ -1,7 +1,7 @@
-#include "Platforms/Linux/LinuxStatusBar.hpp"
+#include "Platforms/Linux/MenuBar/LinuxStatusBar.hpp"
 
-#include "Platforms/Linux/MenuBarWindow.hpp"
-#include "Platforms/Linux/StatusNotifierItem.hpp"
+#include "Platforms/Linux/MenuBar/MenuBarWindow.hpp"
+#include "Platforms/Linux/MenuBar/StatusNotifierItem.hpp"
 #include "Platforms/Qt/ScreenSpace.hpp"
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
@@ -172,7 +172,8 @@ LinuxStatusBar::LinuxStatusBar(MainLoop& loop)
 
 LinuxStatusBar::~LinuxStatusBar() = default;
 
-std::unique_ptr<StatusItem> LinuxStatusBar::statusItem(double length, std::string autosaveName) {
+std::unique_ptr<StatusItem> LinuxStatusBar::statusItem(double length, std::string autosaveName,
+                                                       StatusItemKind) {
     auto item = std::make_unique<Item>(*this, length, std::move(autosaveName));
     item->present(mode_.place());
     return item;

@@ -1,30 +1,19 @@
 #pragma once
 
-#include "Platforms/Linux/StatusMenu.hpp"
+#include "Platforms/Linux/MenuBar/IconPixmap.hpp"
+#include "Platforms/Linux/MenuBar/StatusMenu.hpp"
 #include "ZorbelKit/Host/Image.hpp"
 #include "ZorbelKit/Host/MainLoop.hpp"
 #include "ZorbelKit/Host/StatusBar.hpp"
 
 #include <QColor>
 #include <QDBusVirtualObject>
-#include <QImage>
 
 #include <functional>
 #include <memory>
 #include <string>
 
 namespace Linux {
-
-/// One picture as the tray protocol carries it: 32-bit words, alpha first and in network byte order, not
-/// premultiplied.
-struct IconPixmap {
-    int width = 0;
-    int height = 0;
-    QByteArray bytes;
-    bool operator==(const IconPixmap&) const = default;
-};
-
-IconPixmap iconPixmap(const QImage& image);
 
 /// An item in the desktop's tray (org.kde.StatusNotifierItem). Where the tray sends `ContextMenu` for an item
 /// without a menu it has none, and a right click arrives as a click; elsewhere a menu of one entry stands in
@@ -71,5 +60,3 @@ private:
 };
 
 } // namespace Linux
-
-Q_DECLARE_METATYPE(Linux::IconPixmap)

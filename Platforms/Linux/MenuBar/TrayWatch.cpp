@@ -1,4 +1,4 @@
-#include "Platforms/Linux/TrayWatch.hpp"
+#include "Platforms/Linux/MenuBar/TrayWatch.hpp"
 
 #include <QDBusConnection>
 #include <QDBusMessage>

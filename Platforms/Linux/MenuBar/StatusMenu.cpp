@@ -1,4 +1,4 @@
-#include "Platforms/Linux/StatusMenu.hpp"
+#include "Platforms/Linux/MenuBar/StatusMenu.hpp"
 
 #include "Platforms/Linux/BusProperties.hpp"
 #include "Platforms/Linux/DesktopNames.hpp"

@@ -1,4 +1,4 @@
-#include "Platforms/Linux/StatusNotifierItem.hpp"
+#include "Platforms/Linux/MenuBar/StatusNotifierItem.hpp"
 
 #include "Platforms/Linux/BusProperties.hpp"
 #include "ZorbelKit/Surfaces/PainterCanvas.hpp"
@@ -11,7 +11,6 @@
 #include <QDBusPendingReply>
 #include <QDBusVariant>
 #include <QPoint>
-#include <QtEndian>
 
 #include <utility>
 
@@ -37,20 +36,6 @@ struct ToolTip {
     QString text;
 };
 
-static QDBusArgument& operator<<(QDBusArgument& argument, const IconPixmap& pixmap) {
-    argument.beginStructure();
-    argument << pixmap.width << pixmap.height << pixmap.bytes;
-    argument.endStructure();
-    return argument;
-}
-
-static const QDBusArgument& operator>>(const QDBusArgument& argument, IconPixmap& pixmap) {
-    argument.beginStructure();
-    argument >> pixmap.width >> pixmap.height >> pixmap.bytes;
-    argument.endStructure();
-    return argument;
-}
-
 static QDBusArgument& operator<<(QDBusArgument& argument, const ToolTip& toolTip) {
     argument.beginStructure();
     argument << toolTip.iconName << toolTip.pixmaps << toolTip.title << toolTip.text;
@@ -63,21 +48,6 @@ static const QDBusArgument& operator>>(const QDBusArgument& argument, ToolTip& t
     argument >> toolTip.iconName >> toolTip.pixmaps >> toolTip.title >> toolTip.text;
     argument.endStructure();
     return argument;
-}
-
-IconPixmap iconPixmap(const QImage& image) {
-    const QImage plain = image.convertToFormat(QImage::Format_ARGB32);
-    IconPixmap result{plain.width(), plain.height(), {}};
-    result.bytes.resize(static_cast<qsizetype>(plain.width()) * plain.height() * 4);
-    char* out = result.bytes.data();
-    for (int y = 0; y < plain.height(); ++y) {
-        const auto* line = reinterpret_cast<const QRgb*>(plain.constScanLine(y));
-        for (int x = 0; x < plain.width(); ++x) {
-            qToBigEndian<quint32>(line[x], out);
-            out += 4;
-        }
-    }
-    return result;
 }
 
 StatusNotifierItem::StatusNotifierItem(ZorbelKit::MainLoop& loop, const std::string& path,

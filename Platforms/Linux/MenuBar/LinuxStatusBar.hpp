@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Platforms/Linux/TrayMode.hpp"
-#include "Platforms/Linux/TrayWatch.hpp"
+#include "Platforms/Linux/MenuBar/TrayMode.hpp"
+#include "Platforms/Linux/MenuBar/TrayWatch.hpp"
 #include "ZorbelKit/Host/StatusBar.hpp"
 
 #include <QColor>
@@ -20,9 +20,15 @@ public:
     explicit LinuxStatusBar(ZorbelKit::MainLoop& loop);
     ~LinuxStatusBar() override;
 
-    std::unique_ptr<ZorbelKit::StatusItem> statusItem(double length, std::string autosaveName) override;
+    std::unique_ptr<ZorbelKit::StatusItem> statusItem(double length, std::string autosaveName,
+                                                      ZorbelKit::StatusItemKind kind) override;
     bool pushesOthers() const override { return mode_.place() == TrayPlace::bar; }
     bool isReachable() const override { return mode_.place() != TrayPlace::nowhere; }
+    std::optional<bool> usesOwnBar() const override { return std::nullopt; }
+    void setUsesOwnBar(bool) override {}
+    std::string arrangingHint() const override {
+        return "On this keyboard, ⌘ is the Super key; Ctrl does the same.";
+    }
     ZorbelKit::Token onChange(std::function<void()> changed) override;
 
 private:

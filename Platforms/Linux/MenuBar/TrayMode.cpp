@@ -1,4 +1,4 @@
-#include "Platforms/Linux/TrayMode.hpp"
+#include "Platforms/Linux/MenuBar/TrayMode.hpp"
 
 #include "Platforms/Linux/DesktopNames.hpp"
 

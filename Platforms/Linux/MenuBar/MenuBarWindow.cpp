@@ -1,7 +1,7 @@
-#include "Platforms/Linux/MenuBarWindow.hpp"
+#include "Platforms/Linux/MenuBar/MenuBarWindow.hpp"
 
-#include "Platforms/Linux/BarStrut.hpp"
-#include "Platforms/Linux/StatusLayout.hpp"
+#include "Platforms/Linux/MenuBar/BarStrut.hpp"
+#include "Platforms/Linux/MenuBar/StatusLayout.hpp"
 #include "Platforms/Linux/XConnection.hpp"
 #include "ZorbelKit/Controls/Accessible.hpp"
 #include "ZorbelKit/Palette.hpp"

@@ -1,0 +1,1 @@
+#include "Platforms/Linux/MenuBar/BusNames.hpp"

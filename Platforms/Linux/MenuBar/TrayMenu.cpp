@@ -1,0 +1,1 @@
+#include "Platforms/Linux/MenuBar/TrayMenu.hpp"

@@ -1,0 +1,1 @@
+#include "Tests/Views/ViewTests.hpp"
