@@ -36,15 +36,11 @@ IconPixmap iconPixmap(const QImage& image) {
     return result;
 }
 
-namespace {
-
 bool isWhole(const IconPixmap& pixmap) {
     const auto isSide = [](int side) { return side > 0 && side <= IconPixmap::longestSide; };
     return isSide(pixmap.width) && isSide(pixmap.height) &&
            pixmap.bytes.size() == static_cast<qsizetype>(pixmap.width) * pixmap.height * 4;
 }
-
-} // namespace
 
 QImage image(const IconPixmap& pixmap) {
     if (!isWhole(pixmap)) {

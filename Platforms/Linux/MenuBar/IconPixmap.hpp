@@ -25,7 +25,10 @@ const QDBusArgument& operator>>(const QDBusArgument& argument, IconPixmap& pixma
 
 IconPixmap iconPixmap(const QImage& image);
 
-/// Null where the sizes are not 1 … longestSide, or the bytes are not exactly what they promise.
+/// Whether the sizes are 1 … longestSide, and the bytes exactly what they promise.
+bool isWhole(const IconPixmap& pixmap);
+
+/// Null where the pixmap is not whole.
 QImage image(const IconPixmap& pixmap);
 
 /// The smallest picture that is at least `side` pixels wide and high, else the largest; null where none is

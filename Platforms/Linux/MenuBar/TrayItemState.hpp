@@ -20,8 +20,9 @@ struct TrayPicture {
 /// What an item tells of itself (org.kde.StatusNotifierItem), in bounds: any property may be missing, of
 /// another type, or huge.
 struct TrayItemState {
-    static constexpr qsizetype longestText = 1000; // characters
-    static constexpr qsizetype mostPixmaps = 16;   // of one picture
+    static constexpr qsizetype longestText = 1000;       // characters
+    static constexpr qsizetype mostPixmaps = 16;         // of one picture; further ones are not looked at
+    static constexpr qsizetype largestPicture = 2 << 20; // bytes of all its pixmaps together
 
     QString id;
     QString title;
@@ -47,7 +48,8 @@ struct TrayItemState {
 /// The answer to org.freedesktop.DBus.Properties.GetAll, read with care: never throws, never blocks.
 TrayItemState trayItemState(const QVariantMap& properties);
 
-/// A text with simple markup as plain text: tags out, entities resolved, cut to the longest text.
+/// A text with simple markup as plain text: tags out, entities resolved, white space in
+/// runs and blank lines left out, cut to the longest text. Nothing that it names is loaded.
 QString plainText(const QString& marked);
 
 } // namespace Linux
