@@ -13,12 +13,15 @@ struct ProcessIdentity {
     bool operator==(const ProcessIdentity&) const = default;
 };
 
-/// Reads it from `procFolder` ("/proc"; another one in tests). No more than a few kilobytes are read.
+/// Reads it from `procFolder` ("/proc"; another one in tests). No more than 16 KB are read. From any thread;
+/// a process that is stuck can make its command line slow to read.
 ProcessIdentity processIdentity(int pid, const std::string& procFolder = "/proc");
 
-/// The stable name of an item for the remembered order: "sni:<id>/<program>". The process number is taken
-/// out of an id that carries it, control characters are replaced, and the whole is cut to 200 bytes at a
-/// character's border. Ids that every program of a family shares are told apart by the program.
+/// The stable name of an item for the remembered order: "sni:<id>/<program>", or "sni:<id>" where the program
+/// cannot be told. The process number is taken out of an id that carries it as a whole number, control
+/// characters and what is no UTF-8 are replaced, and the whole is cut to 200 bytes at a character's border;
+/// an id too long loses its end, so that the program is left. Ids that every program of a family shares are
+/// told apart by the program.
 std::string trayIdentity(std::string_view id, const ProcessIdentity& process);
 
 /// `identity`, or with "#2", "#3" … where that is taken.
