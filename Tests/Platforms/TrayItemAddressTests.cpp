@@ -137,6 +137,13 @@ TEST(TrayItemAddress, RefusesWhatIsNoNameAndPath) {
     EXPECT_EQ(registeredAddress("/StatusNotifierItem", "junk"), std::nullopt);
 }
 
+TEST(TrayItemAddress, IsTheSameByNameAndPath) {
+    const TrayItemAddress item{":1.4", "/b"};
+    EXPECT_EQ(item, (TrayItemAddress{":1.4", "/b"}));
+    EXPECT_LT((TrayItemAddress{":1.4", "/a"}), item);
+    EXPECT_LT(item, (TrayItemAddress{":1.5", "/a"}));
+}
+
 TEST(TrayItemAddress, ReadsAWatchersListAsItIsWritten) {
     const TrayItemAddress addresses[] = {{":1.18", "/org/ayatana/NotificationItem/probe"},
                                          {"org.kde.StatusNotifierItem-1-1", "/StatusNotifierItem"},

@@ -15,7 +15,7 @@ struct TrayItemAddress {
     QString path;
 
     QString text() const { return service + path; } // as watchers list it
-    auto operator<=>(const TrayItemAddress&) const = default;
+    std::strong_ordering operator<=>(const TrayItemAddress&) const = default;
 };
 
 /// What `sender` means by RegisterStatusNotifierItem(`argument`): programs give a path, a name, both in one,
