@@ -80,8 +80,8 @@ QImage placeholder(int side) {
 // Decoding
 
 /// Whether a drawing may be handed to the toolkit, which follows what a drawing leads to. Refused are: style
-/// sheets and pictures by reference, which it would open whatever they are; uses of uses, which double with
-/// each step; nesting that would exhaust the stack.
+/// sheets and pictures, which it would open by name whatever they are, or unpack at any size; uses of uses,
+/// which double with each step; nesting that would exhaust the stack.
 bool isHarmlessDrawing(const QByteArray& bytes) {
     constexpr int deepestElement = 100;
     constexpr qsizetype mostWork = 16 << 20; // bytes, each use counted as the whole drawing
