@@ -16,7 +16,7 @@ namespace Zorbel::Blend {
 
 std::unique_ptr<ZorbelKit::Stall> build(const Host& host) {
     auto stall = std::make_unique<ZorbelKit::Stall>(host.defaults, host.loop);
-    stall->add(std::make_unique<Sivrel::SivrelSpice>());
+    stall->add(std::make_unique<Sivrel::SivrelSpice>(host.loop, host.clock, host.defaults, host.statusBar));
     stall->add(std::make_unique<Mordan::MordanSpice>());
     stall->add(std::make_unique<Pintho::PinthoSpice>());
     stall->add(std::make_unique<Rusket::RusketSpice>(host.loop, host.statistics));

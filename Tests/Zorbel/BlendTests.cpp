@@ -89,7 +89,7 @@ TEST_F(BlendTest, AFirstLaunchStartsTheFirstWaveSelectsTheFirstSpiceAndStoresJus
     }
     EXPECT_EQ(keys,
               (std::set<std::string>{"spice.sivrel.enabled", "spice.mordan.enabled", "spice.pintho.enabled",
-                                     "spice.rusket.enabled", "stall.selection"}));
+                                     "spice.rusket.enabled", "stall.selection", "sivrel.collapsed"}));
 }
 
 TEST_F(BlendTest, ASpiceThatIsOffHoldsNothing) {

@@ -13,6 +13,7 @@ namespace {
 
 constexpr const char* roleProperty = "accessibleRole";
 constexpr const char* selectedProperty = "accessibleSelected";
+constexpr const char* valueProperty = "accessibleValue";
 
 /// A widget with the role it was given; buttons among them can be pressed.
 class RoleInterface : public QAccessibleWidget {
@@ -20,8 +21,14 @@ public:
     RoleInterface(QWidget* widget, QAccessible::Role role)
         : QAccessibleWidget(widget, role) {}
 
+    QString text(QAccessible::Text kind) const override {
+        return kind == QAccessible::Value ? widget()->property(valueProperty).toString()
+                                          : QAccessibleWidget::text(kind);
+    }
+
     QAccessible::State state() const override {
         QAccessible::State state = QAccessibleWidget::state();
+        state.hasPopup = role() == QAccessible::ComboBox;
         const QVariant selected = widget()->property(selectedProperty);
         if (selected.isValid()) {
             state.selectable = true;
@@ -112,6 +119,14 @@ void setAccessibleText(QWidget& widget, const QString& name) {
     if (widget.accessibleName() != name) {
         widget.setAccessibleName(name);
     }
+}
+
+void setAccessibleValue(QWidget& widget, const QString& value) {
+    if (widget.property(valueProperty).toString() == value) {
+        return;
+    }
+    widget.setProperty(valueProperty, value);
+    widget.setAccessibleDescription(value); // tells readers of the change
 }
 
 void setAccessibleSelected(QWidget& widget, bool selected) {

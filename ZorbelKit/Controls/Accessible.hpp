@@ -19,6 +19,10 @@ void setAccessible(QWidget& widget, QAccessible::Role role, const QString& name,
 /// A new name for a widget already introduced; tells readers only on a change.
 void setAccessibleText(QWidget& widget, const QString& name);
 
+/// What a control holds now, "8 seconds" beside the name "Hide again after". Told as the description as well:
+/// the Linux readers know no other place for a value that is no number.
+void setAccessibleValue(QWidget& widget, const QString& value);
+
 /// Marks a widget as the chosen one of its list.
 void setAccessibleSelected(QWidget& widget, bool selected);
 

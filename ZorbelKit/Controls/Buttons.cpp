@@ -75,6 +75,11 @@ PaintedButton::PaintedButton(const QString& text, ButtonLook look, QWidget* pare
     connect(this, &QAbstractButton::released, this, [this] { press_.to(0, Pour::settle(Pour::sip)); });
 }
 
+void PaintedButton::setLabel(const QString& text) {
+    setText(text);
+    setAccessibleText(*this, text);
+}
+
 QSize PaintedButton::sizeHint() const {
     const QFontMetricsF metrics(font());
     return {static_cast<int>(std::ceil(metrics.horizontalAdvance(text()) + 2 * look_.paddingX)),

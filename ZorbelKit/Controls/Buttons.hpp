@@ -25,6 +25,9 @@ struct ButtonLook {
 /// A button with a label, painted from a look; hover and press are animated.
 class PaintedButton : public FocusButton {
 public:
+    /// A new text for a button that has changed its meaning; an equal one repaints nothing.
+    void setLabel(const QString& text);
+
     QSize sizeHint() const override;
     QSize minimumSizeHint() const override { return sizeHint(); }
 

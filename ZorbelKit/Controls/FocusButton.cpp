@@ -6,13 +6,17 @@ namespace ZorbelKit {
 
 void FocusButton::focusInEvent(QFocusEvent* event) {
     const auto reason = event->reason();
-    showsFocus_ =
-        reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason || reason == Qt::ShortcutFocusReason;
+    if (reason != Qt::PopupFocusReason) {
+        showsFocus_ = reason == Qt::TabFocusReason || reason == Qt::BacktabFocusReason ||
+                      reason == Qt::ShortcutFocusReason;
+    }
     QAbstractButton::focusInEvent(event);
 }
 
 void FocusButton::focusOutEvent(QFocusEvent* event) {
-    showsFocus_ = false;
+    if (event->reason() != Qt::PopupFocusReason) {
+        showsFocus_ = false;
+    }
     QAbstractButton::focusOutEvent(event);
 }
 

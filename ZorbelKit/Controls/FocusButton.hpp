@@ -5,7 +5,7 @@
 namespace ZorbelKit {
 
 /// A button that knows whether to show that it has the keyboard: when focus came by the keyboard, not by the
-/// pointer.
+/// pointer. A popup of its own borrows the keyboard and gives it back as it was.
 class FocusButton : public QAbstractButton {
 public:
     using QAbstractButton::QAbstractButton;

@@ -2,25 +2,34 @@
 
 #include "ZorbelKit/Observable.hpp"
 
+#include <utility>
+
 namespace ZorbelKit {
 
 LiveView::LiveView(const Observable& model, QWidget* parent)
+    : LiveView({[&model](std::function<void()> changed) { return model.observe(std::move(changed)); }},
+               parent) {
+}
+
+LiveView::LiveView(std::vector<Subscription> subscriptions, QWidget* parent)
     : QWidget(parent)
-    , model_(model) {
+    , subscriptions_(std::move(subscriptions)) {
 }
 
 LiveView::~LiveView() = default;
 
 void LiveView::showEvent(QShowEvent* event) {
     QWidget::showEvent(event);
-    if (!changes_) {
-        changes_ = model_.observe([this] { refresh(); });
+    if (changes_.empty()) {
+        for (const Subscription& subscribe : subscriptions_) {
+            changes_.push_back(subscribe([this] { refresh(); }));
+        }
     }
     refresh();
 }
 
 void LiveView::hideEvent(QHideEvent* event) {
-    changes_.reset();
+    changes_.clear();
     QWidget::hideEvent(event);
 }
 

@@ -4,6 +4,9 @@
 
 #include <QWidget>
 
+#include <functional>
+#include <vector>
+
 namespace ZorbelKit {
 
 class Observable;
@@ -13,7 +16,14 @@ class Observable;
 /// `refresh()`.
 class LiveView : public QWidget {
 public:
+    /// Starts to listen to one thing, until the token goes.
+    using Subscription = std::function<Token(std::function<void()> changed)>;
+
     LiveView(const Observable& model, QWidget* parent);
+
+    /// For a view of several models, or of what is no Observable.
+    LiveView(std::vector<Subscription> subscriptions, QWidget* parent);
+
     ~LiveView() override;
 
 protected:
@@ -24,8 +34,8 @@ protected:
     void hideEvent(QHideEvent* event) override;
 
 private:
-    const Observable& model_;
-    Token changes_;
+    const std::vector<Subscription> subscriptions_;
+    std::vector<Token> changes_;
 };
 
 } // namespace ZorbelKit

@@ -45,6 +45,7 @@ PainterCanvas::PainterCanvas(QPainter& painter, double left, double bottom)
     : painter_(painter) {
     painter_.save();
     painter_.setRenderHint(QPainter::Antialiasing);
+    painter_.setPen(QPen()); // one that draws, whatever the painter was left with
     painter_.translate(left, bottom);
     painter_.scale(1, -1);
 }
