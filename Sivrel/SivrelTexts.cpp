@@ -51,9 +51,7 @@ std::string barNote(bool pushesOthers, std::optional<bool> usesOwnBar) {
         return "This desktop's own tray decides about its icons, so Sivrel cannot hide any there.";
     }
     if (usesOwnBar == true) {
-        return "Icons now show in both places. The desktop's tray can be taken off its panel in the panel's "
-               "own "
-               "settings.";
+        return "Icons show in both places now. The desktop panel's settings can take its tray away.";
     }
     return {};
 }

@@ -35,7 +35,7 @@ using namespace ZorbelKit;
 
 namespace {
 
-constexpr int cardPaddingX = 14;
+constexpr int cardPaddingX = 12;
 constexpr int cardPaddingY = 12;
 constexpr int stripHeight = 60;
 
@@ -377,7 +377,7 @@ SivrelPanel::SivrelPanel(SivrelSpice& spice, StatusBar& statusBar, QWidget* pare
     , hidesAfter_(new Stat("Hides after", "Then it tidies itself away", this))
     , toggle_(new BrassButton("", this)) {
     auto* figures = new QHBoxLayout;
-    figures->setSpacing(12);
+    figures->setSpacing(10);
     for (Stat* stat : {opened_, lastOpened_, hidesAfter_}) {
         figures->addWidget(stat, 1);
     }

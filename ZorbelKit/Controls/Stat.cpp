@@ -13,7 +13,7 @@ namespace ZorbelKit {
 
 namespace {
 
-constexpr int paddingX = 14;
+constexpr int paddingX = 12;
 constexpr int paddingY = 12;
 
 } // namespace
