@@ -9,8 +9,6 @@ namespace Sivrel {
 
 namespace {
 
-constexpr int mostHidden = 6;
-constexpr int visibleCount = 4;
 constexpr double margin = 27;     // from the strip's edges to the nearest centre
 constexpr double pitch = 34;      // from icon to icon
 constexpr double dividerGap = 36; // from the chevrons to the icons on either side
@@ -21,14 +19,15 @@ constexpr double fadeLength = 38; // over which an icon vanishes at the edge of 
 
 BarGeometry barGeometry(double width, double progress) {
     BarGeometry bar;
-    for (int left = visibleCount - 1; left >= 0; --left) {
-        bar.visible.push_back({width - margin - left * pitch, 1});
+    for (auto right = static_cast<int>(BarGeometry::visibleCount) - 1; right >= 0; --right) {
+        bar.visible.push_back({width - margin - right * pitch, 1});
     }
     bar.divider = bar.visible.front().x - dividerGap;
 
     const double nearest = bar.divider - dividerGap;
     const double room = nearest - margin - fadeLength;
-    const int count = std::clamp(static_cast<int>(std::floor(room / pitch)) + 1, 0, mostHidden);
+    const int count = std::clamp(static_cast<int>(std::floor(room / pitch)) + 1, 0,
+                                 static_cast<int>(BarGeometry::mostHidden));
     const double farthest = nearest - (count - 1) * pitch;
     const double edge = farthest - fadeLength;
     const double pushed = progress * (nearest - edge);

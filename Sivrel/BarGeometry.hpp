@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <vector>
 
 namespace Sivrel {
@@ -7,6 +8,9 @@ namespace Sivrel {
 /// Where things stand in the drawn menu bar: points from the strip's left edge, of icons and chevrons the
 /// centre.
 struct BarGeometry {
+    static constexpr std::size_t mostHidden = 6;
+    static constexpr std::size_t visibleCount = 4;
+
     struct Icon {
         double x = 0;
         double opacity = 1;

@@ -189,7 +189,9 @@ QPainterPath lens() {
 
 using Glyph = QPainterPath (*)();
 constexpr Glyph hiddenGlyphs[] = {cloud, bell, sheets, drop, clock, sun};
-constexpr Glyph visibleGlyphs[] = {waves, battery, lens};
+constexpr Glyph visibleGlyphs[] = {waves, battery, lens}; // and the glass
+static_assert(std::size(hiddenGlyphs) == BarGeometry::mostHidden);
+static_assert(std::size(visibleGlyphs) + 1 == BarGeometry::visibleCount);
 
 void paintGlyph(QPainter& painter, Glyph glyph, const BarGeometry::Icon& icon, const Color& colour) {
     painter.save();
@@ -274,7 +276,7 @@ void BarDiagram::paintEvent(QPaintEvent*) {
     for (std::size_t index = 0; index < bar.hidden.size(); ++index) {
         paintGlyph(painter, hiddenGlyphs[index], bar.hidden[index], malaiDim);
     }
-    for (std::size_t index = 0; index + 1 < bar.visible.size(); ++index) {
+    for (std::size_t index = 0; index < std::size(visibleGlyphs); ++index) {
         paintGlyph(painter, visibleGlyphs[index], bar.visible[index], malai);
     }
     paintGlass(painter, bar.visible.back().x);
