@@ -36,13 +36,28 @@ inline constexpr int mostTrayMenuEntries = 1000; // of a whole menu
 inline constexpr qsizetype longestTrayMenuLabel = 500;
 inline constexpr qsizetype largestTrayMenuIcon = 256 << 10; // bytes
 
-/// "_Open" → "&Open", "a__b" → "a_b", "this & that" → "this && that".
+/// New values of an entry's properties; one without a value is back at its default.
+struct TrayMenuChange {
+    int id = 0;
+    QVariantMap properties;
+};
+
+/// "_Open" → "&Open", "a__b" → "a_b", "this & that" → "this && that". On one line.
 QString trayMenuLabel(const QString& label);
 
-/// Reads the second value of a GetLayout answer, `(ia{sv}av)`; what is out of bounds is left out.
-TrayMenuEntry trayMenuLayout(const QDBusArgument& layout);
+/// Reads the second value of a GetLayout answer, `(ia{sv}av)`; what is out of bounds is left out, the deepest
+/// entries first. `deepest` and `most` bound what lies below the answer's own entry.
+TrayMenuEntry trayMenuLayout(const QDBusArgument& layout, int deepest = deepestTrayMenu,
+                             int most = mostTrayMenuEntries);
 
 /// One entry's own properties, without its children.
 TrayMenuEntry trayMenuEntry(int id, const QVariantMap& properties);
+
+/// Reads the arguments of ItemsPropertiesUpdated, `a(ia{sv})` and `a(ias)`: at most as many changes of each
+/// kind as a menu has entries.
+std::vector<TrayMenuChange> trayMenuChanges(const QVariantList& arguments);
+
+/// Writes the new values into an entry; its children stay.
+void applyTrayMenuChange(TrayMenuEntry& entry, const QVariantMap& properties);
 
 } // namespace Linux
