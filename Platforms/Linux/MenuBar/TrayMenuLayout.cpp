@@ -155,20 +155,26 @@ QVariantMap readProperties(const QDBusArgument& argument) {
     return properties;
 }
 
-/// An entry whose children are still to be read.
-struct UnreadEntry {
-    TrayMenuEntry* entry;
-    QDBusArgument children; // stands at the entry's `av`
-    int depth;              // of the children; 1 for those of the answer's own entry
-};
+/// An entry on its way: read up to its children. What was begun must be ended, or the toolkit loses memory.
+struct OpenEntry {
+    /// `argument` stands at a whole entry; `level` is 0 for the answer's own.
+    OpenEntry(const QDBusArgument& at, int level)
+        : argument(at)
+        , depth(level) {
+        int id = 0;
+        argument.beginStructure();
+        argument >> id;
+        entry = trayMenuEntry(id, readProperties(argument));
+    }
+    OpenEntry(const OpenEntry&) = delete;
+    OpenEntry& operator=(const OpenEntry&) = delete;
+    ~OpenEntry() { argument.endStructure(); }
 
-/// Reads an entry up to its children and leaves `argument` standing there.
-TrayMenuEntry readEntry(const QDBusArgument& argument) {
-    int id = 0;
-    argument.beginStructure();
-    argument >> id;
-    return trayMenuEntry(id, readProperties(argument));
-}
+    const QDBusArgument argument; // constant ones are read, others written
+    const int depth;
+    TrayMenuEntry entry;            // until it has its place
+    TrayMenuEntry* place = nullptr; // among its siblings
+};
 
 } // namespace
 
@@ -208,35 +214,32 @@ void applyTrayMenuChange(TrayMenuEntry& entry, const QVariantMap& properties) {
 }
 
 TrayMenuEntry trayMenuLayout(const QDBusArgument& layout, int deepest, int most) {
-    QDBusArgument answer = layout; // reading moves a place of its own
+    const QDBusArgument answer = layout; // reading moves a place of its own
     if (!reads(answer, QDBusArgument::StructureType, entrySignature)) {
         return {};
     }
-    TrayMenuEntry root = readEntry(answer);
+    TrayMenuEntry root;
     // Level by level: one overlong submenu must not cost the menu its last entries, and nothing recurses.
-    std::deque<UnreadEntry> unread;
-    unread.push_back({&root, std::move(answer), 1});
-    while (!unread.empty() && most > 0) {
-        const UnreadEntry parent = std::move(unread.front());
-        unread.pop_front();
-        if (parent.depth > deepest) {
-            continue;
-        }
-        std::vector<TrayMenuEntry>& entries = parent.entry->children;
-        std::vector<QDBusArgument> places;
-        parent.children.beginArray();
-        for (; most > 0 && !parent.children.atEnd(); --most) {
+    std::deque<OpenEntry> unread;
+    root = std::move(unread.emplace_back(answer, 0).entry);
+    unread.back().place = &root;
+    for (; !unread.empty() && unread.front().depth < deepest && most > 0; unread.pop_front()) {
+        const OpenEntry& parent = unread.front();
+        std::vector<TrayMenuEntry>& entries = parent.place->children;
+        parent.argument.beginArray();
+        for (; most > 0 && !parent.argument.atEnd(); --most) {
             QDBusVariant child;
-            parent.children >> child;
-            QDBusArgument argument = argumentOf(child.variant());
+            parent.argument >> child;
+            const QDBusArgument argument = argumentOf(child.variant());
             if (reads(argument, QDBusArgument::StructureType, entrySignature)) {
-                entries.push_back(readEntry(argument));
-                places.push_back(std::move(argument));
+                entries.push_back(std::move(unread.emplace_back(argument, parent.depth + 1).entry));
             }
         }
-        parent.entry->hasSubmenu = parent.entry->hasSubmenu || !entries.empty();
+        parent.argument.endArray();
+        parent.place->hasSubmenu = parent.place->hasSubmenu || !entries.empty();
+        const std::size_t first = unread.size() - entries.size();
         for (std::size_t index = 0; index < entries.size(); ++index) {
-            unread.push_back({&entries[index], std::move(places[index]), parent.depth + 1});
+            unread[first + index].place = &entries[index];
         }
     }
     return root;
