@@ -5,8 +5,10 @@
 #include <QDBusMessage>
 #include <QDBusMetaType>
 #include <QDBusVariant>
+#include <sys/prctl.h>
 
 #include <algorithm>
+#include <csignal>
 #include <utility>
 
 namespace Platforms {
@@ -107,6 +109,7 @@ MenuNode menuSeparator(int id) {
 
 PrivateBus::PrivateBus() {
     daemon_.setReadChannel(QProcess::StandardOutput);
+    daemon_.setChildProcessModifier([] { prctl(PR_SET_PDEATHSIG, SIGTERM); }); // also when a test crashes
     daemon_.start("dbus-daemon", {"--session", "--nofork", "--nopidfile", "--print-address"});
     if (daemon_.waitForStarted(busPatience) && daemon_.waitForReadyRead(busPatience)) {
         address_ = QString::fromUtf8(daemon_.readLine()).trimmed();
