@@ -62,7 +62,7 @@ public:
     void start(const Ground& ground);
 
     /// Gives every icon back to its program unharmed, and the tray up; all of it is done on the server when
-    /// this returns. To be called while the ground's window still exists.
+    /// this returns, and nothing is told of it. To be called while the ground's window still exists.
     void stop();
 
     bool isTray() const; // whether the tray is ours now
