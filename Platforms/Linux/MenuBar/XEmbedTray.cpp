@@ -269,6 +269,7 @@ private:
 
     void drain();
     void drainSoon();
+    void flush();
     Event nextEvent();
     bool hasQueuedEvent();
     void handle(const xcb_generic_event_t& event);
@@ -442,7 +443,7 @@ void XEmbedTray::Tray::claim() {
         send(screen_->root, XCB_EVENT_MASK_STRUCTURE_NOTIFY, manager,
              {time, atoms_[traySelection], selectionWindow_, 0, 0});
     }
-    xcb_flush(connection_.get());
+    flush();
 }
 
 void XEmbedTray::Tray::makeSelectionWindow() {
@@ -500,6 +501,15 @@ void XEmbedTray::Tray::giveUp() {
 
 // Events
 
+/// Sends what was asked. Whoever waits for a reply takes events off the socket too, and so does whoever
+/// writes; the socket then says nothing of them any more.
+void XEmbedTray::Tray::flush() {
+    xcb_flush(connection_.get());
+    if (hasQueuedEvent()) {
+        drainSoon();
+    }
+}
+
 void XEmbedTray::Tray::drainSoon() {
     if (!std::exchange(isDrainPosted_, true)) {
         loop_.post(lifetime_.guard([this] {
@@ -534,12 +544,7 @@ void XEmbedTray::Tray::drain() {
         }
         disconnect();
     } else {
-        xcb_flush(connection_.get());
-        // Whoever waits for a reply takes events off the socket too, which then says nothing of them any
-        // more.
-        if (hasQueuedEvent()) {
-            drainSoon();
-        }
+        flush();
     }
     deliverNews();
 }
@@ -873,7 +878,7 @@ void XEmbedTray::Tray::place(IconId icon, const Pixels& cell) {
         if (!std::exchange(docked->isShown, true)) {
             xcb_map_window(connection_.get(), docked->container);
         }
-        xcb_flush(connection_.get());
+        flush();
     }
 }
 
@@ -881,7 +886,7 @@ void XEmbedTray::Tray::hide(IconId icon) {
     Docked* docked = find(icon);
     if (docked && std::exchange(docked->isShown, false)) {
         xcb_unmap_window(connection_.get(), docked->container);
-        xcb_flush(connection_.get());
+        flush();
     }
 }
 
@@ -894,7 +899,7 @@ void XEmbedTray::Tray::setIconSide(int pixels) {
         arrange(docked);
         resize(id, side);
     }
-    xcb_flush(connection_.get());
+    flush();
 }
 
 /// Brings the container where its cell wants it.
