@@ -587,9 +587,6 @@ TEST_F(XEmbedTray, S16_EveryIconGetsOneCell) {
         EXPECT_TRUE(until([&] { return bar_.geometryOf(program.window()) == QRect(0, 0, side, side); }));
         EXPECT_TRUE(waitForFilled(seenIn(index), row.shape.colour));
     }
-    if (const char* folder = std::getenv("ZORBEL_PICTURES_OF_DESKTOP")) {
-        screen().picture(groundFrame).save(QString(folder) + "/xembed-icons.png");
-    }
 }
 
 TEST_F(XEmbedTray, S16_AnIconThatComesLateStandsOnTheBarsColourUntilThen) {
@@ -1229,9 +1226,6 @@ TEST_F(XEmbedTray, AGtkProgramsIconIsDrawnAndClicked) {
     ASSERT_EQ(icons_.size(), 1U);
     EXPECT_EQ(icons_.front().instance, "gtk_status_icon");
     EXPECT_TRUE(icons_.front().wantsRoom);
-    if (const char* folder = std::getenv("ZORBEL_PICTURES_OF_DESKTOP")) {
-        screen().picture(groundFrame).save(QString(folder) + "/xembed-gtk.png");
-    }
     screen().click(seenIn(0).center());
     EXPECT_TRUE(until([&] { return gtk.output() == "activated\n"; })) << gtk.output();
 
