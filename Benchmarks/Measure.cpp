@@ -9,6 +9,7 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <iterator>
 
 namespace Bench {
 
@@ -162,6 +163,17 @@ Memory memoryOf(pid_t process) {
         return static_cast<double>(labelledNumber(file, label)) / 1024;
     };
     return {.resident = megabytes("Rss:"), .proportional = megabytes("Pss:")};
+}
+
+Holdings holdingsOf(pid_t process) {
+    const std::string folder = "/proc/" + std::to_string(process);
+    const auto entries = [&](const char* name) {
+        const std::filesystem::directory_iterator first(folder + name);
+        return static_cast<int>(std::distance(first, std::filesystem::directory_iterator()));
+    };
+    return {.anonymous = static_cast<double>(labelledNumber(folder + "/smaps_rollup", "Anonymous:")),
+            .descriptors = entries("/fd"),
+            .threads = entries("/task")};
 }
 
 bool isOnlyQtProgram(pid_t process) {

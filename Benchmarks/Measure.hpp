@@ -54,6 +54,15 @@ struct Memory {
 };
 Memory memoryOf(pid_t process);
 
+/// What a process holds and would not give back by itself.
+struct Holdings {
+    double anonymous =
+        0; // kilobytes of memory that no file stands behind: heap, stacks, and what was written
+    int descriptors = 0;
+    int threads = 0;
+};
+Holdings holdingsOf(pid_t process);
+
 /// Whether no other program on the machine uses Qt, and so pays a share of its libraries; waits a while for
 /// such a moment.
 bool isOnlyQtProgram(pid_t process);

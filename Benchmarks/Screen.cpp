@@ -16,8 +16,10 @@ constexpr Nanoseconds patience = 10'000'000'000;
 
 constexpr std::uint32_t brass = 0xC4661A; // the ground of the footer's button
 constexpr int barHeight = 28;
-constexpr int footerHeight = 64; // at least that of the footer
-constexpr int leastBrass = 800;  // pixels; a gauge that reached into the strip would have fewer
+constexpr int footerHeight = 64;        // at least that of the footer
+constexpr int topHeight = 40;           // a panel of the desktop may be higher than the bar
+constexpr xcb_timestamp_t frameGap = 4; // milliseconds; frames of one display come no faster than 16 apart
+constexpr int leastBrass = 800;         // pixels; a gauge that reached into the strip would have fewer
 
 template <class Reply>
 std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
@@ -70,6 +72,35 @@ int Screen::drawings() {
         takeIn(*owned(event));
     }
     return std::exchange(drawings_, 0);
+}
+
+int Screen::frames() {
+    drawings();
+    return std::exchange(frames_, 0);
+}
+
+void Screen::wait(const std::vector<int>& descriptors, int milliseconds) {
+    xcb_flush(connection_.get());
+    xcb_generic_event_t* event = xcb_poll_for_event(connection_.get());
+    if (!event) {
+        std::vector<pollfd> readable{
+            {.fd = xcb_get_file_descriptor(connection_.get()), .events = POLLIN, .revents = 0}};
+        for (const int descriptor : descriptors) {
+            readable.push_back({.fd = descriptor, .events = POLLIN, .revents = 0});
+        }
+        poll(readable.data(), readable.size(), milliseconds);
+        event = xcb_poll_for_event(connection_.get());
+    }
+    for (; event; event = xcb_poll_for_queued_event(connection_.get())) {
+        takeIn(*owned(event));
+    }
+    if (xcb_connection_has_error(connection_.get())) {
+        fail("the X server has gone");
+    }
+}
+
+int Screen::countOnTop(std::uint32_t colour) {
+    return static_cast<int>(std::ranges::count(read(0, 0, size().x, topHeight).pixels, colour));
 }
 
 std::optional<Point> Screen::glass() {
@@ -140,16 +171,8 @@ Picture Screen::read(int x, int y, int width, int height) {
 void Screen::waitUntil(const char* what, const std::function<bool()>& isDone) {
     const Nanoseconds deadline = now() + patience;
     while (!isDone()) {
-        xcb_generic_event_t* event = xcb_poll_for_event(connection_.get());
-        if (!event) {
-            pollfd readable{.fd = xcb_get_file_descriptor(connection_.get()), .events = POLLIN, .revents = 0};
-            poll(&readable, 1, 100);
-            event = xcb_poll_for_event(connection_.get());
-        }
-        for (; event; event = xcb_poll_for_queued_event(connection_.get())) {
-            takeIn(*owned(event));
-        }
-        if (now() > deadline || xcb_connection_has_error(connection_.get())) {
+        wait({}, 100);
+        if (now() > deadline) {
             fail(std::string(what) + " was not seen");
         }
     }
@@ -158,7 +181,10 @@ void Screen::waitUntil(const char* what, const std::function<bool()>& isDone) {
 void Screen::takeIn(const xcb_generic_event_t& event) {
     const auto type = static_cast<std::uint8_t>(event.response_type & 0x7F);
     if (type == firstDamageEvent_ + XCB_DAMAGE_NOTIFY) {
+        const auto moment = reinterpret_cast<const xcb_damage_notify_event_t&>(event).timestamp;
         ++drawings_;
+        frames_ += moment - lastDrawing_ > frameGap ? 1 : 0;
+        lastDrawing_ = moment;
     } else if (type == XCB_MAP_NOTIFY) {
         // The panel is the one window of that size which the window manager has no say in.
         const auto& mapped = reinterpret_cast<const xcb_map_notify_event_t&>(event);

@@ -35,6 +35,15 @@ public:
 
     /// Drawing operations on the screen since the last call.
     int drawings();
+    /// Of those, the ones that came together count as one: what the eye takes for a frame.
+    int frames();
+
+    /// Waits until something was drawn, one of these descriptors has something to say, or so many
+    /// milliseconds have passed.
+    void wait(const std::vector<int>& descriptors, int milliseconds);
+
+    /// How many pixels of the uppermost rows have this colour.
+    int countOnTop(std::uint32_t colour);
 
     Point size() const;
 
@@ -69,6 +78,8 @@ private:
     const xcb_screen_t* screen_ = nullptr;
     std::uint8_t firstDamageEvent_ = 0;
     int drawings_ = 0;
+    int frames_ = 0;
+    xcb_timestamp_t lastDrawing_ = 0; // milliseconds of the server's clock
 
     xcb_window_t panel_ = 0; // none while it is not mapped
     struct {
