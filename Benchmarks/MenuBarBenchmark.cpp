@@ -234,7 +234,7 @@ int main() {
     const int registrations = countOrQuick(10, 5); // a round
     const int clicks = countOrQuick(15, 3);
     const int cycles = countOrQuick(10'000, 1'000);
-    const int warmUp = countOrQuick(1'000, 200);
+    const int warmUp = countOrQuick(3'000, 200);
     const int seconds = countOrQuick(10, 3);
 
     Samples peer;

@@ -87,17 +87,17 @@ public:
             std::fprintf(stderr, "zorbel: already running; it comes forward\n");
             return 0;
         }
-        ZorbelKit::applyTheme(application);
+        ZorbelKit::applyTheme(application, Linux::isComposited);
         ZorbelKit::installAccessibility();
 
         QtPlatform::QtMainLoop loop;
         QtPlatform::QtClock clock;
         QtPlatform::QtScreens screens;
         QtPlatform::QtApplication desktop;
-        QtPlatform::QtShellWindows windows(Linux::isComposited);
+        QtPlatform::QtShellWindows windows(ZorbelKit::desktopBlends);
         Linux::JsonDefaults defaults(settingsFile(), loop);
         Linux::ProcHostStatistics statistics;
-        Linux::LinuxStatusBar statusBar(loop);
+        Linux::LinuxStatusBar statusBar(loop, defaults);
         const Linux::TerminationSignals endings([&desktop] { desktop.terminate(); }, comeForward);
 
         AppDelegate delegate({.loop = loop,

@@ -185,6 +185,13 @@ void Program::drain() {
     }
 }
 
+Program::Environment unread() {
+    return {{"NO_AT_BRIDGE", "1"},
+            {"GTK_A11Y", "none"},
+            {"QT_ACCESSIBILITY", "0"},
+            {"QT_LINUX_ACCESSIBILITY_ALWAYS_ON", std::nullopt}};
+}
+
 Screen::Screen(const char* display)
     : connection_(xcb_connect(display, nullptr)) {
     if (xcb_connection_has_error(connection_.get())) {
@@ -222,23 +229,57 @@ void Screen::click(QPoint place, int button) const {
     settle();
 }
 
-void Screen::press(xcb_keysym_t key) const {
+std::optional<std::uint8_t> Screen::keycode(xcb_keysym_t key) const {
     const xcb_setup_t* setup = xcb_get_setup(connection_.get());
     const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
     const auto mapping = owned(xcb_get_keyboard_mapping_reply(
         connection_.get(), xcb_get_keyboard_mapping(connection_.get(), setup->min_keycode, count), nullptr));
     if (!mapping) {
-        return;
+        return std::nullopt;
     }
     const xcb_keysym_t* symbols = xcb_get_keyboard_mapping_keysyms(mapping.get());
     for (std::size_t code = 0; code < count; ++code) {
         if (symbols[code * mapping->keysyms_per_keycode] == key) {
-            const auto keycode = static_cast<std::uint8_t>(setup->min_keycode + code);
-            fake(XCB_KEY_PRESS, keycode);
-            fake(XCB_KEY_RELEASE, keycode);
-            settle();
-            return;
+            return static_cast<std::uint8_t>(setup->min_keycode + code);
         }
+    }
+    return std::nullopt;
+}
+
+void Screen::press(xcb_keysym_t key) const {
+    setKeyDown(key, true);
+    setKeyDown(key, false);
+}
+
+void Screen::setKeyDown(xcb_keysym_t key, bool isDown) const {
+    if (const auto code = keycode(key)) {
+        fake(isDown ? XCB_KEY_PRESS : XCB_KEY_RELEASE, *code);
+        settle();
+    }
+}
+
+void Screen::setButtonDown(bool isDown, int button) const {
+    fake(isDown ? XCB_BUTTON_PRESS : XCB_BUTTON_RELEASE, static_cast<std::uint8_t>(button));
+    settle();
+}
+
+void Screen::drag(QPoint from, QPoint to, xcb_keysym_t held) const {
+    constexpr int step = 4; // pixels
+    movePointer(from);
+    if (held != XCB_NO_SYMBOL) {
+        setKeyDown(held, true);
+    }
+    setButtonDown(true);
+    const QPoint way = to - from;
+    const int steps = std::max({1, std::abs(way.x()) / step, std::abs(way.y()) / step});
+    for (int index = 1; index <= steps; ++index) {
+        movePointer(from + way * index / steps);
+        QCoreApplication::processEvents();
+        std::this_thread::sleep_for(pollInterval); // a hand does not jump
+    }
+    setButtonDown(false);
+    if (held != XCB_NO_SYMBOL) {
+        setKeyDown(held, false);
     }
 }
 
@@ -271,6 +312,12 @@ xcb_atom_t Screen::atom(const char* name) const {
         connection_.get(),
         xcb_intern_atom(connection_.get(), 0, static_cast<std::uint16_t>(std::strlen(name)), name), nullptr));
     return reply ? reply->atom : static_cast<xcb_atom_t>(XCB_ATOM_NONE);
+}
+
+xcb_window_t Screen::selectionOwner(const char* name) const {
+    const auto reply = owned(xcb_get_selection_owner_reply(
+        connection_.get(), xcb_get_selection_owner(connection_.get(), atom(name)), nullptr));
+    return reply ? reply->owner : static_cast<xcb_window_t>(XCB_NONE);
 }
 
 std::vector<std::uint32_t> Screen::property(xcb_window_t window, const char* name,

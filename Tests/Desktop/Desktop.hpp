@@ -98,6 +98,10 @@ private:
     std::unique_ptr<QSocketNotifier> notifier_; // a program that writes much must not wait for a reader
 };
 
+/// For programs beside Zorbel: nobody reads them, and libatspi stands still for ever when news of another
+/// program reaches it in the middle of a question.
+Program::Environment unread();
+
 /// A top-level window as the X server knows it, in coordinates of the root window, y downwards.
 struct Window {
     xcb_window_t id = XCB_NONE;
@@ -123,6 +127,12 @@ public:
     void click(QPoint place, int button = XCB_BUTTON_INDEX_1) const;
     void press(xcb_keysym_t key) const;
 
+    void setButtonDown(bool isDown, int button = XCB_BUTTON_INDEX_1) const;
+    void setKeyDown(xcb_keysym_t key, bool isDown) const;
+
+    /// With the left button from one place to another in small steps, this key held; XCB_NO_SYMBOL: none.
+    void drag(QPoint from, QPoint to, xcb_keysym_t held) const;
+
     QImage picture() const;
     QImage picture(const QRect& part) const;
 
@@ -135,6 +145,9 @@ public:
     std::vector<std::uint32_t> rootProperty(const char* name, std::size_t longest = 64) const;
     std::string text(xcb_window_t window, const char* name) const;
     xcb_atom_t atom(const char* name) const;
+
+    /// XCB_NONE where nobody has the selection.
+    xcb_window_t selectionOwner(const char* name) const;
 
     /// Asks the window manager, as a task bar would. The place is that of the frame's corner, the size the
     /// client's.
@@ -159,6 +172,7 @@ private:
     };
 
     void fake(std::uint8_t type, std::uint8_t detail, QPoint place = {}) const;
+    std::optional<std::uint8_t> keycode(xcb_keysym_t key) const;
     void settle() const; // until the server has done all that was asked
     void collect(xcb_window_t window, int depth, std::vector<Window>& found) const;
     void ask(xcb_window_t window, const char* message, const std::array<std::uint32_t, 5>& data) const;

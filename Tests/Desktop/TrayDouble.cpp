@@ -1,6 +1,7 @@
 #include "Tests/Desktop/TrayDouble.hpp"
 
 #include <QDBusArgument>
+#include <QDBusConnectionInterface>
 #include <QDBusMessage>
 #include <QDBusObjectPath>
 #include <QDBusVariant>
@@ -30,8 +31,15 @@ TrayDouble::TrayDouble(Manners manners)
     : manners_(manners)
     , bus_(QDBusConnection::connectToBus(QDBusConnection::SessionBus, connectionName())) {
     bus_.registerVirtualObject(watcherPath, this); // before the name: whoever sees the name finds the object
+    owners_.setConnection(bus_);
+    owners_.setWatchMode(QDBusServiceWatcher::WatchForUnregistration);
+    connect(&owners_, &QDBusServiceWatcher::serviceUnregistered, this,
+            [this](const QString& name) { ownerGone(name); });
     bus_.connect({}, {}, itemInterface, "NewIcon", this, SLOT(newIcon()));
-    if (!bus_.registerService(watcherService)) {
+    const auto line = manners_.waitsInLine ? QDBusConnectionInterface::QueueService
+                                           : QDBusConnectionInterface::DontQueueService;
+    const auto reply = bus_.interface()->registerService(watcherService, line);
+    if (!reply.isValid() || reply.value() == QDBusConnectionInterface::ServiceNotRegistered) {
         throw std::runtime_error("another tray runs on this bus");
     }
 }
@@ -40,6 +48,7 @@ TrayDouble::~TrayDouble() {
     const QString name = bus_.name();
     bus_.unregisterObject(watcherPath);
     bus_.unregisterService(watcherService);
+    owners_.setConnection(QDBusConnection(QString()));
     bus_ = QDBusConnection(QString());
     QDBusConnection::disconnectFromBus(name);
 }
@@ -79,7 +88,10 @@ bool TrayDouble::handleMessage(const QDBusMessage& message, const QDBusConnectio
     }
     if (message.member() == "RegisterStatusNotifierItem") {
         const QString given = arguments.value(0).toString();
-        items_ << (given.startsWith('/') ? message.service() + given : given + "/StatusNotifierItem");
+        const QString owner = given.startsWith('/') ? message.service() : given;
+        items_ << owner + (given.startsWith('/') ? given : QString("/StatusNotifierItem"));
+        owners_.addWatchedService(owner);
+        tell("StatusNotifierItemRegistered", items_.constLast());
         if (manners_.answersRegistration) {
             connection.send(message.createReply());
         } else {
@@ -87,7 +99,34 @@ bool TrayDouble::handleMessage(const QDBusMessage& message, const QDBusConnectio
         }
         return true;
     }
+    if (message.member() == "RegisterStatusNotifierHost") {
+        const QString host = arguments.value(0).toString();
+        if (!otherHosts_.contains(host)) { // one that registers again is still one
+            otherHosts_ << host;
+            bus_.send(
+                QDBusMessage::createSignal(watcherPath, watcherService, "StatusNotifierHostRegistered"));
+        }
+        connection.send(message.createReply());
+        return true;
+    }
     return false;
+}
+
+void TrayDouble::tell(const char* signal, const QString& item) {
+    QDBusMessage message = QDBusMessage::createSignal(watcherPath, watcherService, signal);
+    message << item;
+    bus_.send(message);
+}
+
+void TrayDouble::ownerGone(const QString& name) {
+    const QStringList before = std::exchange(items_, {});
+    for (const QString& item : before) {
+        if (item.startsWith(name + '/')) {
+            tell("StatusNotifierItemUnregistered", item);
+        } else {
+            items_ << item;
+        }
+    }
 }
 
 void TrayDouble::newIcon() {

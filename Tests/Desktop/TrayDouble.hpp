@@ -1,6 +1,7 @@
 #pragma once
 
 #include <QDBusConnection>
+#include <QDBusServiceWatcher>
 #include <QDBusVirtualObject>
 #include <QPoint>
 #include <QStringList>
@@ -32,6 +33,7 @@ class TrayDouble : public QDBusVirtualObject {
 public:
     struct Manners {
         bool hasHost = true;             // whether anything shows what is registered
+        bool waitsInLine = false;        // for the watcher's name where another has it, as real panels do
         bool answersRegistration = true; // otherwise a registration is left waiting
         bool answersQuestions = true;    // otherwise even "is there a host?" is left waiting
     };
@@ -44,8 +46,11 @@ public:
     /// A host that comes later, or goes; tells by signal.
     void setHasHost(bool hasHost);
 
-    /// What was registered, as "bus name/object path".
+    /// What was registered and still lives, as "bus name/object path".
     const QStringList& items() const { return items_; }
+
+    /// Who else shows what is registered here, by the names they gave.
+    const QStringList& otherHosts() const { return otherHosts_; }
 
     /// What the newest item answers; empty where it does not.
     QVariantMap properties();
@@ -75,11 +80,15 @@ public Q_SLOTS:
 private:
     bool callItem(const QString& method, QPoint place);
     QDBusMessage ask(const QString& interface, const QString& method, const QVariantList& arguments);
+    void tell(const char* signal, const QString& item);
+    void ownerGone(const QString& name);
     QDBusMessage askMenu(const QString& method, const QVariantList& arguments);
 
     Manners manners_;
     QDBusConnection bus_;
     QStringList items_;
+    QStringList otherHosts_;
+    QDBusServiceWatcher owners_;
     std::vector<std::chrono::steady_clock::time_point> newIcons_;
 };
 

@@ -1,4 +1,5 @@
 #include "Tests/Desktop/DesktopTest.hpp"
+#include "Tests/Desktop/RealPanel.hpp"
 #include "Tests/Desktop/TrayDouble.hpp"
 
 #include <QDBusArgument>
@@ -10,8 +11,6 @@
 #include <X11/keysym.h>
 #include <algorithm>
 #include <csignal>
-#include <cstdlib>
-#include <fstream>
 
 using namespace Desktop;
 using Clock = std::chrono::steady_clock;
@@ -197,7 +196,8 @@ TEST_F(Tray, BarStandsInForATrayThatGoesUntilOneComesBack) {
     screen().press(XK_Escape);
     EXPECT_TRUE(waitForPanel(false));
 
-    tray = std::make_unique<TrayDouble>();
+    // By now the bar has the watcher's name; it gives it to a tray that waits for it.
+    tray = std::make_unique<TrayDouble>(TrayDouble::Manners{.waitsInLine = true});
     EXPECT_TRUE(until([&] { return hasItem(*tray) && !findBar(screen()); }));
     ASSERT_TRUE(tray->activate({640, 20}));
     EXPECT_TRUE(waitForPanel());
@@ -263,36 +263,15 @@ TEST_F(Tray, WatcherThatNeverAnswersAtAllCountsAsNone) {
 }
 
 TEST_F(Tray, ItemWorksInARealPanel) {
-    const char* configuration = std::getenv("XDG_CONFIG_HOME");
-    ASSERT_TRUE(configuration);
-    const auto folder = std::filesystem::path(configuration) / "xfce4/xfconf/xfce-perchannel-xml";
-    std::filesystem::create_directories(folder);
-    std::ofstream(folder / "xfce4-panel.xml") << R"(<?xml version="1.0" encoding="UTF-8"?>
-<channel name="xfce4-panel" version="1.0">
-  <property name="configver" type="int" value="2"/>
-  <property name="panels" type="array">
-    <value type="int" value="1"/>
-    <property name="panel-1" type="empty">
-      <property name="position" type="string" value="p=6;x=0;y=0"/>
-      <property name="position-locked" type="bool" value="true"/>
-      <property name="length" type="uint" value="100"/>
-      <property name="size" type="uint" value="32"/>
-      <property name="plugin-ids" type="array"><value type="int" value="1"/></property>
-    </property>
-  </property>
-  <property name="plugins" type="empty">
-    <property name="plugin-1" type="string" value="systray"/>
-  </property>
-</channel>
-)";
     QDBusConnectionInterface& bus = *QDBusConnection::sessionBus().interface();
     {
-        Program panel({"xfce4-panel", "--disable-wm-check"});
-        ASSERT_TRUE(until([&] { return bus.isServiceRegistered(watcherService).value(); })) << panel.output();
+        RealPanel panel;
+        ASSERT_TRUE(until([&] { return bus.isServiceRegistered(watcherService).value(); }))
+            << panel.program().output();
         Program& zorbel = start();
         QRect icon;
         ASSERT_TRUE(until([&] { return !(icon = boundsOf(screen().picture(), brass, 40)).isEmpty(); }))
-            << panel.output();
+            << panel.program().output();
         EXPECT_FALSE(findBar(screen()));
         EXPECT_LE(icon.width(), 32);
         EXPECT_LE(icon.height(), 32);
@@ -313,8 +292,7 @@ TEST_F(Tray, ItemWorksInARealPanel) {
         EXPECT_TRUE(waitForDashboard());
         EXPECT_FALSE(findPanel(screen()));
         EXPECT_EQ(end(zorbel), 0) << zorbel.output();
-        panel.send(SIGTERM);
-        EXPECT_TRUE(panel.waitForEnd());
+        EXPECT_TRUE(panel.end());
     }
     EXPECT_TRUE(until([&] { return !bus.isServiceRegistered(watcherService).value(); }));
 }

@@ -29,7 +29,7 @@ TEST(TrayMode, StartsWhereTheDesktopSays) {
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         Simulated::SimulatedMainLoop loop;
-        TrayMode mode(loop, row.canShowBar);
+        TrayMode mode(loop, row.canShowBar, false);
         mode.start(row.hostRuns, row.desktopBringsTray);
         EXPECT_EQ(mode.place(), row.atOnce);
         loop.advance(Seconds{60});
@@ -40,7 +40,7 @@ TEST(TrayMode, StartsWhereTheDesktopSays) {
 
 TEST(TrayMode, WaitsTenSecondsForATrayTheDesktopBrings) {
     Simulated::SimulatedMainLoop loop;
-    TrayMode mode(loop, true);
+    TrayMode mode(loop, true, false);
     mode.start(false, true);
     loop.advance(Seconds{9.999});
     EXPECT_EQ(mode.place(), TrayPlace::undecided);
@@ -50,7 +50,7 @@ TEST(TrayMode, WaitsTenSecondsForATrayTheDesktopBrings) {
 
 TEST(TrayMode, ATrayThatComesDuringTheWaitGetsTheGlass) {
     Simulated::SimulatedMainLoop loop;
-    TrayMode mode(loop, true);
+    TrayMode mode(loop, true, false);
     mode.start(false, true);
     loop.advance(Seconds{4});
     mode.hostChanged(true);
@@ -61,7 +61,7 @@ TEST(TrayMode, ATrayThatComesDuringTheWaitGetsTheGlass) {
 
 TEST(TrayMode, FollowsATrayThatAppearsDisappearsAndComesBack) {
     Simulated::SimulatedMainLoop loop;
-    TrayMode mode(loop, true);
+    TrayMode mode(loop, true, false);
     mode.start(false, false);
     mode.hostChanged(true);
     EXPECT_EQ(mode.place(), TrayPlace::guest);
@@ -76,7 +76,7 @@ TEST(TrayMode, FollowsATrayThatAppearsDisappearsAndComesBack) {
 
 TEST(TrayMode, ATrayThatRestartsInTimeNeverShowsTheBar) {
     Simulated::SimulatedMainLoop loop;
-    TrayMode mode(loop, true);
+    TrayMode mode(loop, true, false);
     mode.start(true, true);
     int changes = 0;
     const auto token = mode.observe([&] { ++changes; });
@@ -90,7 +90,7 @@ TEST(TrayMode, ATrayThatRestartsInTimeNeverShowsTheBar) {
 
 TEST(TrayMode, WithoutAPlaceForABarALostTrayLeavesNowhereAndAnEarlyNoChangesNothing) {
     Simulated::SimulatedMainLoop loop;
-    TrayMode mode(loop, false);
+    TrayMode mode(loop, false, false);
     mode.start(false, false);
     mode.hostChanged(false);
     loop.advance(Seconds{5});
@@ -100,6 +100,87 @@ TEST(TrayMode, WithoutAPlaceForABarALostTrayLeavesNowhereAndAnEarlyNoChangesNoth
     mode.hostChanged(false);
     loop.advance(Seconds{5});
     EXPECT_EQ(mode.place(), TrayPlace::nowhere);
+}
+
+TEST(TrayMode, WhoPrefersTheBarGetsItWhateverRuns) {
+    Simulated::SimulatedMainLoop loop;
+    TrayMode mode(loop, true, true);
+    mode.start(true, true);
+    EXPECT_EQ(mode.place(), TrayPlace::bar);
+    EXPECT_TRUE(mode.hasChoice());
+    EXPECT_FALSE(mode.mayOwnWatcher()) << "the desktop's tray has the name";
+    mode.hostChanged(false);
+    EXPECT_EQ(mode.place(), TrayPlace::bar);
+    EXPECT_TRUE(mode.mayOwnWatcher()) << "the bar is shown: nobody is to be without an icon";
+}
+
+TEST(TrayMode, ThePreferredBarShowsAtOnceButLeavesTheDesktopsTrayItsTenSeconds) {
+    Simulated::SimulatedMainLoop loop;
+    TrayMode mode(loop, true, true);
+    mode.start(false, true);
+    EXPECT_EQ(mode.place(), TrayPlace::bar);
+    EXPECT_FALSE(mode.mayOwnWatcher());
+    loop.advance(Seconds{9.999});
+    EXPECT_FALSE(mode.mayOwnWatcher());
+    loop.advance(Seconds{0.001});
+    EXPECT_TRUE(mode.mayOwnWatcher());
+    EXPECT_EQ(loop.liveTimers(), 0);
+}
+
+TEST(TrayMode, AChangeOfMindMovesTheIconsAtOnce) {
+    Simulated::SimulatedMainLoop loop;
+    TrayMode mode(loop, true, false);
+    mode.start(true, true);
+    mode.setPrefersBar(true);
+    EXPECT_EQ(mode.place(), TrayPlace::bar);
+    mode.setPrefersBar(false);
+    EXPECT_EQ(mode.place(), TrayPlace::guest);
+}
+
+TEST(TrayMode, GivingTheBarUpFreesTheNameForTheDesktopsTray) {
+    Simulated::SimulatedMainLoop loop;
+    TrayMode mode(loop, true, true);
+    mode.start(true, true);
+    mode.hostChanged(false); // the panel restarts, and the bar takes the name meanwhile
+    ASSERT_TRUE(mode.mayOwnWatcher());
+    mode.setPrefersBar(false);
+    EXPECT_FALSE(mode.mayOwnWatcher());
+    EXPECT_EQ(mode.place(), TrayPlace::bar) << "until the tray is there";
+    mode.hostChanged(true);
+    EXPECT_EQ(mode.place(), TrayPlace::guest);
+}
+
+TEST(TrayMode, ADesktopWhoseTrayDoesNotComeBackKeepsTheBar) {
+    Simulated::SimulatedMainLoop loop;
+    TrayMode mode(loop, true, true);
+    mode.start(false, true);
+    mode.setPrefersBar(false);
+    loop.advance(Seconds{10});
+    EXPECT_EQ(mode.place(), TrayPlace::bar);
+    EXPECT_TRUE(mode.mayOwnWatcher());
+}
+
+TEST(TrayMode, AChoiceIsThereWhereTheDesktopHasATrayAndABarCanBeShown) {
+    struct Row {
+        const char* name;
+        bool canShowBar;
+        bool hostRuns;
+        bool desktopBringsTray;
+        bool hasChoice;
+    };
+    const Row rows[] = {
+        {"a tray runs", true, true, false, true},
+        {"a tray is to come", true, false, true, true},
+        {"no tray at all", true, false, false, false},
+        {"no place for a bar", false, true, true, false},
+    };
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        Simulated::SimulatedMainLoop loop;
+        TrayMode mode(loop, row.canShowBar, false);
+        mode.start(row.hostRuns, row.desktopBringsTray);
+        EXPECT_EQ(mode.hasChoice(), row.hasChoice);
+    }
 }
 
 TEST(TrayMode, KnowsTheDesktopsWithATrayByEachOfTheirNames) {

@@ -92,7 +92,7 @@ protected:
 
     void SetUp() override {
         if (!bus_->isRunning()) {
-            GTEST_SKIP() << "no dbus-daemon here";
+            FAIL() << "no dbus-daemon here";
         }
         program = std::make_unique<MenuDouble>(bus_->address());
         program->root.children = {menuEntry(1, "_Open"), menuSeparator(2), menuEntry(3, "_Quit")};
@@ -642,7 +642,7 @@ TEST_F(TrayMenuTest, TakesPicturesFromTheThemeAndGivesSymbolicOnesTheMenusColour
 TEST(SuiteMenu, HasRoundCornersOnlyWhereTheDesktopBlends) {
     for (const bool canBlend : {true, false}) {
         SCOPED_TRACE(canBlend);
-        ZorbelKit::SuiteMenu menu(canBlend);
+        ZorbelKit::SuiteMenu menu(canBlend, nullptr);
         menu.addAction("Open\tCtrl+O");
         menu.addAction("Quit");
         menu.popup({40, 40});

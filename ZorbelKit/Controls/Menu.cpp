@@ -244,6 +244,12 @@ std::shared_ptr<QStyle> sharedLook(bool canBlend) {
 
 } // namespace
 
+static_assert(SuiteMenu::checkableTextInset == paddingX + markColumn);
+
+SuiteMenu::SuiteMenu(QWidget* parent)
+    : SuiteMenu(desktopBlends(), parent) {
+}
+
 SuiteMenu::SuiteMenu(bool canBlend, QWidget* parent)
     : QMenu(parent)
     , canBlend_(canBlend)

@@ -13,9 +13,13 @@ namespace ZorbelKit {
 /// A menu in the suite's look. Texts may end in a tab and what stands at the right end of the row.
 class SuiteMenu : public QMenu {
 public:
+    static constexpr int checkableTextInset = 30; // points from a row's left edge to its text, past the mark
+
+    explicit SuiteMenu(QWidget* parent = nullptr); // as the desktop does at this moment
+
     /// `canBlend` says whether the desktop mixes a window's soft edges with what lies below it: without, the
     /// menu has square corners.
-    explicit SuiteMenu(bool canBlend, QWidget* parent = nullptr);
+    SuiteMenu(bool canBlend, QWidget* parent);
     ~SuiteMenu() override;
 
     QSize sizeHint() const override;

@@ -1,12 +1,12 @@
 #include "ZorbelKit/Controls/Picker.hpp"
 
 #include "ZorbelKit/Controls/Accessible.hpp"
+#include "ZorbelKit/Controls/Menu.hpp"
 #include "ZorbelKit/Controls/Text.hpp"
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
 #include <QKeyEvent>
-#include <QMenu>
 #include <QPainter>
 #include <QPainterPath>
 
@@ -20,9 +20,6 @@ namespace {
 constexpr int paddingX = 12;
 constexpr int paddingY = 7;
 constexpr double chevronInset = 14; // from the right edge to the chevrons' middle
-constexpr int listPadding = 5;
-constexpr int rowPaddingLeft = 26; // room for the tick
-constexpr double tickX = 13;       // of its middle
 
 QFont choiceFont() {
     QFont font = styleFont(TextStyle::callout);
@@ -39,62 +36,11 @@ void strokeLine(QPainter& painter, const QColor& colour, double width,
     painter.strokePath(path, QPen(colour, width, Qt::SolidLine, Qt::RoundCap, Qt::RoundJoin));
 }
 
-/// The list of choices. The toolkit's menu brings the keyboard, the screen's edges and the screen reader; the
-/// look is the suite's.
-class ChoiceList final : public QMenu {
-public:
-    explicit ChoiceList(QWidget* parent)
-        : QMenu(parent) {
-        setWindowFlags(Qt::Popup | Qt::FramelessWindowHint | Qt::NoDropShadowWindowHint);
-        setAttribute(
-            Qt::WA_TranslucentBackground); // where nothing blends, the corners are as dark as the page
-        setFont(choiceFont());
-        setStyleSheet(QStringLiteral("QMenu { padding: %1px; border: none; background: transparent; }"
-                                     "QMenu::item { padding: %2px %3px %2px %4px; }")
-                          .arg(listPadding)
-                          .arg(paddingY - 1)
-                          .arg(paddingX)
-                          .arg(rowPaddingLeft));
-    }
-
-protected:
-    void paintEvent(QPaintEvent*) override {
-        QPainter painter(this);
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(QPen(qColor(rim), 1));
-        painter.setBrush(qColor(kettleHi));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radiusControl, radiusControl);
-        painter.setFont(font());
-        for (QAction* choice : actions()) {
-            paintRow(painter, *choice, actionGeometry(choice));
-        }
-    }
-
-private:
-    void paintRow(QPainter& painter, const QAction& choice, const QRect& row) {
-        const bool isActive = &choice == activeAction();
-        if (isActive) {
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(qColor(brass));
-            painter.drawRoundedRect(row, radiusControl - 3, radiusControl - 3);
-        }
-        const QColor ink = qColor(isActive ? stall : malai);
-        if (choice.isChecked()) {
-            const QPointF middle(row.left() + tickX, row.top() + row.height() / 2.0);
-            strokeLine(painter, isActive ? ink : qColor(brass), 1.6,
-                       {middle + QPointF(-4, 0.5), middle + QPointF(-1.2, 3.2), middle + QPointF(4, -3.4)});
-        }
-        painter.setPen(ink);
-        painter.drawText(row.adjusted(rowPaddingLeft, 0, 0, 0), Qt::AlignVCenter | Qt::AlignLeft,
-                         choice.text());
-    }
-};
-
 } // namespace
 
 Picker::Picker(const QString& name, const QStringList& choices, QWidget* parent)
     : FocusButton(parent)
-    , list_(new ChoiceList(this))
+    , list_(new SuiteMenu(this))
     , hover_(*this) {
     setFont(choiceFont());
     setFocusPolicy(Qt::StrongFocus);
@@ -138,15 +84,15 @@ void Picker::onChoice(std::function<void(std::size_t)> chosen) {
 }
 
 void Picker::open() {
-    list_->setMinimumWidth(width() + rowPaddingLeft - paddingX);
+    list_->setMinimumWidth(width() + SuiteMenu::checkableTextInset - paddingX);
     // The choice that holds lies over the button, its text over the same text; any other value has the list
     // below.
     QAction* current = selection_ ? list_->actions().at(static_cast<qsizetype>(*selection_)) : nullptr;
     const QRect row = current ? list_->actionGeometry(current) : QRect();
-    const QPoint corner =
-        current ? QPoint(paddingX - rowPaddingLeft - row.left(), (height() - row.height()) / 2 - row.top())
-                : QPoint(0, height() + 4);
-    list_->setAttribute(Qt::WA_NoMouseReplay); // the click that closes the list does not open it again
+    const QPoint corner = current ? QPoint(paddingX - SuiteMenu::checkableTextInset - row.left(),
+                                           (height() - row.height()) / 2 - row.top())
+                                  : QPoint(0, height() + 4);
+    list_->setAnchor({mapToGlobal(QPoint(0, 0)), size()}); // a click there closes the list and no more
     list_->popup(mapToGlobal(corner));
     list_->setActiveAction(current ? current : list_->actions().value(0));
 }

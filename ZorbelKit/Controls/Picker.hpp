@@ -9,9 +9,9 @@
 #include <functional>
 #include <optional>
 
-class QMenu;
-
 namespace ZorbelKit {
+
+class SuiteMenu;
 
 /// A pop-up button: shows the one of a few choices that holds, and the list of them when it is clicked or
 /// when Space, Enter or an arrow key is pressed.
@@ -46,7 +46,7 @@ private:
     void open();
     void show(std::optional<std::size_t> selection, const QString& text);
 
-    QMenu* list_;
+    SuiteMenu* list_;
     std::optional<std::size_t> selection_;
     std::function<void(std::size_t)> chosen_;
     Glide hover_;

@@ -7,6 +7,7 @@
 #include <QPalette>
 
 #include <cmath>
+#include <utility>
 
 namespace ZorbelKit {
 
@@ -38,7 +39,21 @@ int milliseconds(Seconds duration) {
     return static_cast<int>(std::lround(duration.count() * 1000));
 }
 
-void applyTheme(QApplication& application) {
+namespace {
+
+std::function<bool()>& blendQuestion() {
+    static std::function<bool()> question;
+    return question;
+}
+
+} // namespace
+
+bool desktopBlends() {
+    return blendQuestion() && blendQuestion()();
+}
+
+void applyTheme(QApplication& application, std::function<bool()> canBlend) {
+    blendQuestion() = std::move(canBlend);
     QPalette colours;
     colours.setColor(QPalette::Window, qColor(kettle));
     colours.setColor(QPalette::WindowText, qColor(malai));

@@ -7,6 +7,8 @@
 #include <QEasingCurve>
 #include <QFont>
 
+#include <functional>
+
 class QApplication;
 class QPainter;
 class QRectF;
@@ -21,8 +23,12 @@ QFont interfaceFont(double points, QFont::Weight weight = QFont::Normal, double 
 QEasingCurve easing(const Pour::Curve& curve);
 int milliseconds(Seconds duration);
 
-/// Gives the toolkit's own widgets (menus, tool tips, scroll bars) the suite's colours.
-void applyTheme(QApplication& application);
+/// Gives the toolkit's own widgets (menus, tool tips, scroll bars) the suite's colours. `canBlend` is what
+/// `desktopBlends` asks; without it the answer is no.
+void applyTheme(QApplication& application, std::function<bool()> canBlend = {});
+
+/// Whether the desktop mixes a window's soft edges with what lies below it.
+bool desktopBlends();
 
 /// The ring round the control that has the keyboard, just inside `rect`.
 void paintFocusRing(QPainter& painter, const QRectF& rect, double radius);

@@ -1,14 +1,19 @@
 #include "Platforms/Linux/MenuBar/LinuxStatusBar.hpp"
 
+#include "Platforms/Linux/MenuBar/MenuBarItem.hpp"
 #include "Platforms/Linux/MenuBar/MenuBarWindow.hpp"
 #include "Platforms/Linux/MenuBar/StatusNotifierItem.hpp"
+#include "Platforms/Linux/MenuBar/TrayItemCell.hpp"
+#include "Platforms/Linux/MenuBar/XEmbedCell.hpp"
 #include "Platforms/Qt/ScreenSpace.hpp"
+#include "ZorbelKit/Host/Defaults.hpp"
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
 #include <QGuiApplication>
 #include <QScreen>
 
+#include <cmath>
 #include <utility>
 
 namespace Linux {
@@ -17,15 +22,16 @@ using namespace ZorbelKit;
 
 namespace {
 
-constexpr auto standardItemPath = "/StatusNotifierItem";
+constexpr std::string_view ownBarKey = "menubar.ownBar";
 
 } // namespace
 
 /// An item, shown on the bar, in the tray, or nowhere yet.
 class LinuxStatusBar::Item : public StatusItem {
 public:
-    Item(LinuxStatusBar& bar, double length, std::string autosaveName)
+    Item(LinuxStatusBar& bar, double length, std::string autosaveName, StatusItemKind kind)
         : bar_(bar)
+        , kind_(kind)
         , length_(length)
         , autosaveName_(std::move(autosaveName)) {
         bar_.items_.push_back(this);
@@ -42,8 +48,7 @@ public:
     void setLength(double points) override {
         length_ = points;
         if (onBar_) {
-            onBar_->setLength(points);
-            bar_.bar().layOut();
+            bar_.bar().setLength(*onBar_, points);
         }
     }
 
@@ -83,11 +88,17 @@ public:
             enterBar();
         } else {
             leaveBar();
-            if (place == TrayPlace::guest) {
+            if (place == TrayPlace::guest && kind_ != StatusItemKind::divider) {
                 enterTray();
             } else {
                 inTray_.reset();
             }
+        }
+    }
+
+    void leaveBar() {
+        if (onBar_) {
+            bar_.bar().remove(*std::exchange(onBar_, nullptr));
         }
     }
 
@@ -96,28 +107,17 @@ private:
         if (onBar_) {
             return;
         }
-        onBar_ = &bar_.bar().addItem();
-        onBar_->setLength(length_);
+        const std::string identity = bar_.freeIdentity("own:" + autosaveName_);
+        onBar_ = &bar_.bar().add<MenuBarItem>(kind_, length_, identity, kind_);
         onBar_->setToolTip(QString::fromStdString(toolTip_));
         onBar_->onClick([this](ClickButton button) { click({button, frame()}); });
-        bar_.bar().layOut();
         onBar_->setImage(image_);
-    }
-
-    void leaveBar() {
-        if (onBar_) {
-            bar_.bar().removeItem(*std::exchange(onBar_, nullptr));
-        }
     }
 
     void enterTray() {
         if (!inTray_) {
-            // Hosts expect the first item of a program at the standard path.
-            const bool isFirst = bar_.items_.front() == this;
-            const std::string path =
-                isFirst ? standardItemPath : standardItemPath + std::string("/") + std::to_string(number_);
             inTray_ = std::make_unique<StatusNotifierItem>(
-                bar_.loop_, path, autosaveName_,
+                bar_.loop_, autosaveName_,
                 [this](ClickButton button, QPoint position) { trayClicked(button, position); });
             inTray_->setToolTip(toolTip_);
             if (!image_.isEmpty()) {
@@ -150,6 +150,7 @@ private:
     static QColor trayTint() { return qColor(brass); }
 
     LinuxStatusBar& bar_;
+    const StatusItemKind kind_;
     double length_;
     std::string autosaveName_;
     Image image_;
@@ -158,61 +159,206 @@ private:
     std::optional<Rect> trayClickFrame_;
     MenuBarItem* onBar_ = nullptr; // owned by the bar
     std::unique_ptr<StatusNotifierItem> inTray_;
-    inline static int created = 0;
-    const int number_ = created++;
 };
 
-LinuxStatusBar::LinuxStatusBar(MainLoop& loop)
+LinuxStatusBar::LinuxStatusBar(MainLoop& loop, Defaults& defaults)
     : loop_(loop)
-    , mode_(loop, QGuiApplication::platformName() == "xcb")
-    , watch_([this](bool hostRuns) { hostAnswered(hostRuns); }) {
-    placeChanges_ = mode_.observe([this] { placeChanged(); });
+    , defaults_(defaults)
+    , prefersOwnBar_(defaults.boolean(ownBarKey).value_or(false))
+    , mode_(loop, QGuiApplication::platformName() == "xcb", prefersOwnBar_)
+    , watch_([this](ForeignTray tray) { trayAnswered(tray); })
+    , host_(loop, {.changed = [this](TrayItem& item) { itemChanged(item); },
+                   .leaving = [this](TrayItem& item) { itemLeaves(item); }}) {
+    modeChanges_ = mode_.observe([this] { modeChanged(); });
     watch_.start();
 }
 
-LinuxStatusBar::~LinuxStatusBar() = default;
+LinuxStatusBar::~LinuxStatusBar() {
+    modeChanges_.reset();
+    closeBar();
+}
 
 std::unique_ptr<StatusItem> LinuxStatusBar::statusItem(double length, std::string autosaveName,
-                                                       StatusItemKind) {
-    auto item = std::make_unique<Item>(*this, length, std::move(autosaveName));
+                                                       StatusItemKind kind) {
+    auto item = std::make_unique<Item>(*this, length, std::move(autosaveName), kind);
     item->present(mode_.place());
     return item;
+}
+
+std::optional<bool> LinuxStatusBar::usesOwnBar() const {
+    return mode_.hasChoice() ? std::optional(prefersOwnBar_) : std::nullopt;
+}
+
+void LinuxStatusBar::setUsesOwnBar(bool on) {
+    if (mode_.hasChoice() && on != prefersOwnBar_) {
+        prefersOwnBar_ = on;
+        defaults_.setBoolean(ownBarKey, on);
+        mode_.setPrefersBar(on);
+        changes_.notify();
+    }
+}
+
+std::string LinuxStatusBar::arrangingHint() const {
+    return "On this keyboard ⌘ is the Super key, and Ctrl does the same.";
 }
 
 Token LinuxStatusBar::onChange(std::function<void()> changed) {
     return changes_.observe(std::move(changed));
 }
 
-void LinuxStatusBar::hostAnswered(bool hostRuns) {
+void LinuxStatusBar::trayAnswered(ForeignTray tray) {
+    foreign_ = tray;
     const TrayPlace before = mode_.place();
     if (!std::exchange(isStarted_, true)) {
-        mode_.start(hostRuns, bringsOwnTray(qEnvironmentVariable("XDG_CURRENT_DESKTOP").toStdString()));
+        mode_.start(tray.hasHost, bringsOwnTray(qEnvironmentVariable("XDG_CURRENT_DESKTOP").toStdString()));
     } else {
-        mode_.hostChanged(hostRuns);
+        mode_.hostChanged(tray.hasHost);
     }
-    if (hostRuns && before == TrayPlace::guest) {
+    if (before == TrayPlace::guest && mode_.place() == TrayPlace::guest && tray.hasHost) {
         for (Item* item : items_) {
             item->present(TrayPlace::guest); // a new tray knows nothing of us
         }
     }
+    gatherIcons();
 }
 
-void LinuxStatusBar::placeChanged() {
+void LinuxStatusBar::modeChanged() {
     for (Item* item : items_) {
         item->present(mode_.place());
     }
+    gatherIcons();
     if (mode_.place() != TrayPlace::bar) {
-        bar_.reset();
+        closeBar();
     }
     changes_.notify();
 }
 
+TrayHost::Role LinuxStatusBar::role() const {
+    if (mode_.place() != TrayPlace::bar) {
+        return TrayHost::Role::none;
+    }
+    if (!foreign_.watcher.isEmpty()) {
+        return TrayHost::Role::secondHost;
+    }
+    return mode_.mayOwnWatcher() ? TrayHost::Role::ownWatcher : TrayHost::Role::waiting;
+}
+
+void LinuxStatusBar::gatherIcons() {
+    const TrayHost::Role wanted = role();
+    const bool isSecondHost = wanted == TrayHost::Role::secondHost;
+    host_.setRole(wanted, isSecondHost ? foreign_.watcher : QString());
+    watch_.setIsHostThere(isSecondHost);
+    if ((isSecondHost || host_.isWatcher()) && !olderTrayStart_) {
+        olderTrayStart_ = loop_.after(olderTrayDelay, [this] { startOlderTray(); });
+    }
+}
+
+void LinuxStatusBar::itemChanged(TrayItem& item) {
+    auto found = trayCells_.find(&item);
+    if (found == trayCells_.end()) {
+        if (!std::exchange(hasIconTheme_, true)) {
+            chooseIconTheme();
+        }
+        const std::string identity =
+            freeIdentity(trayIdentity(item.state().id.toStdString(), item.process()));
+        auto& cell = bar().add<TrayItemCell>(StatusItemKind::button, 0, identity, loop_, item);
+        found = trayCells_.emplace(&item, &cell).first;
+    }
+    found->second->itemChanged();
+}
+
+void LinuxStatusBar::itemLeaves(TrayItem& item) {
+    if (const auto found = trayCells_.find(&item); found != trayCells_.end()) {
+        TrayItemCell& cell = *found->second;
+        trayCells_.erase(found);
+        cell.itemLeaves();
+        bar().remove(cell);
+    }
+}
+
+void LinuxStatusBar::startOlderTray() {
+    if (!bar_) {
+        return;
+    }
+    const auto dragged = [this](XEmbedTray::IconId icon, auto&& drag) {
+        if (const auto found = xembedCells_.find(icon); found != xembedCells_.end()) {
+            drag(*found->second);
+        }
+    };
+    olderTray_ = std::make_unique<XEmbedTray>(
+        loop_, XEmbedTray::Events{
+                   .docked = [this](const XEmbedTray::Icon& icon) { iconDocked(icon); },
+                   .changed = [this](const XEmbedTray::Icon& icon) { iconChanged(icon); },
+                   .removed = [this](XEmbedTray::IconId icon) { iconRemoved(icon); },
+                   .dragBegan =
+                       [this, dragged](XEmbedTray::IconId icon, int x, int y) {
+                           dragged(icon, [&](XEmbedCell& cell) {
+                               bar_->beginDrag(cell.identity(), bar_->fromPixels(QPoint(x, y)));
+                           });
+                       },
+                   .dragMoved =
+                       [this, dragged](XEmbedTray::IconId icon, int x, int y) {
+                           dragged(icon, [&](XEmbedCell&) { bar_->dragTo(bar_->fromPixels(QPoint(x, y))); });
+                       },
+                   .dragEnded =
+                       [this, dragged](XEmbedTray::IconId icon, bool isDropped) {
+                           dragged(icon, [&](XEmbedCell&) { bar_->endDrag(isDropped); });
+                       },
+               });
+    const double scale = bar_->devicePixelRatioF();
+    olderTray_->start({.window = static_cast<std::uint32_t>(bar_->winId()),
+                       .colour = qColor(kettle).rgb() & 0xFFFFFF,
+                       .iconSide = static_cast<int>(std::lround(XEmbedCell::iconSide * scale))});
+}
+
+void LinuxStatusBar::iconDocked(const XEmbedTray::Icon& icon) {
+    const std::string identity = freeIdentity("xembed:" + icon.instance);
+    auto& cell = bar().add<XEmbedCell>(StatusItemKind::button, 0, identity, *olderTray_, icon);
+    xembedCells_[icon.id] = &cell;
+    cell.iconChanged(icon);
+}
+
+void LinuxStatusBar::iconChanged(const XEmbedTray::Icon& icon) {
+    if (const auto found = xembedCells_.find(icon.id); found != xembedCells_.end()) {
+        found->second->iconChanged(icon);
+    }
+}
+
+void LinuxStatusBar::iconRemoved(XEmbedTray::IconId icon) {
+    if (const auto found = xembedCells_.find(icon); found != xembedCells_.end()) {
+        XEmbedCell& cell = *found->second;
+        xembedCells_.erase(found);
+        bar().remove(cell);
+    }
+}
+
 MenuBarWindow& LinuxStatusBar::bar() {
     if (!bar_) {
-        bar_ = std::make_unique<MenuBarWindow>();
+        bar_ = std::make_unique<MenuBarWindow>(loop_, defaults_);
         bar_->show();
     }
     return *bar_;
+}
+
+std::string LinuxStatusBar::freeIdentity(const std::string& identity) {
+    return distinctIdentity(identity, [this](const std::string& taken) { return bar().has(taken); });
+}
+
+/// Other programs' windows leave the bar before it goes: with it, they would be destroyed.
+void LinuxStatusBar::closeBar() {
+    olderTrayStart_.reset();
+    if (olderTray_) {
+        olderTray_->stop();
+    }
+    while (!xembedCells_.empty()) {
+        iconRemoved(xembedCells_.begin()->first);
+    }
+    olderTray_.reset();
+    host_.setRole(TrayHost::Role::none);
+    for (Item* item : items_) {
+        item->leaveBar();
+    }
+    bar_.reset();
 }
 
 } // namespace Linux

@@ -1,15 +1,12 @@
 #include "Platforms/Linux/MenuBar/MenuBarWindow.hpp"
 
 #include "Platforms/Linux/MenuBar/BarStrut.hpp"
-#include "Platforms/Linux/MenuBar/StatusLayout.hpp"
 #include "Platforms/Linux/XConnection.hpp"
 #include "ZorbelKit/Controls/Accessible.hpp"
 #include "ZorbelKit/Palette.hpp"
-#include "ZorbelKit/Surfaces/PainterCanvas.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
 #include <QGuiApplication>
-#include <QMouseEvent>
 #include <QPainter>
 #include <QScreen>
 #include <QWindow>
@@ -18,6 +15,7 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
+#include <utility>
 
 namespace Linux {
 
@@ -25,7 +23,8 @@ using namespace ZorbelKit;
 
 namespace {
 
-constexpr int edgePadding = 10; // between the screen's right edge and the first item
+constexpr int edgePadding = 10;     // between the screen's right edge and the first item
+constexpr double dragThreshold = 4; // points; less is a hand that trembles
 
 template <std::size_t count>
 void setCardinals(xcb_connection_t* connection, xcb_window_t window, const char* property,
@@ -36,93 +35,9 @@ void setCardinals(xcb_connection_t* connection, xcb_window_t window, const char*
 
 } // namespace
 
-MenuBarItem::MenuBarItem(QWidget* parent)
-    : QAbstractButton(parent) {
-    setFocusPolicy(Qt::NoFocus); // the bar never takes the keyboard
-    setAccessible(*this, QAccessible::Button, "Zorbel");
-    // What a screen reader presses is the left button.
-    connect(this, &QAbstractButton::clicked, this, [this] { click(ClickButton::left); });
-}
-
-void MenuBarItem::setImage(const Image& image) {
-    image_ = image;
-    render();
-}
-
-void MenuBarItem::render() {
-    if (image_.isEmpty()) {
-        return;
-    }
-    QImage picture = rendered(image_, devicePixelRatioF(), qColor(malai));
-    if (picture != picture_) {
-        picture_ = std::move(picture);
-        const QSizeF size = picture_.deviceIndependentSize();
-        const QPointF corner((width() - size.width()) / 2, (height() - size.height()) / 2);
-        update(QRectF(corner, size).toAlignedRect());
-    }
-}
-
-void MenuBarItem::setLength(double points) {
-    length_ = points;
-}
-
-void MenuBarItem::click(ClickButton button) {
-    if (clicked_) {
-        const auto clicked = clicked_; // the click may destroy the item
-        clicked(button);
-    }
-}
-
-void MenuBarItem::mousePressEvent(QMouseEvent* event) {
-    setDown(event->button() == Qt::LeftButton || event->button() == Qt::RightButton);
-}
-
-void MenuBarItem::mouseReleaseEvent(QMouseEvent* event) {
-    const bool wasDown = isDown();
-    setDown(false);
-    if (!wasDown || !rect().contains(event->position().toPoint())) {
-        return;
-    }
-    if (event->button() == Qt::LeftButton) {
-        click(ClickButton::left);
-    } else if (event->button() == Qt::RightButton) {
-        click(ClickButton::right);
-    }
-}
-
-void MenuBarItem::enterEvent(QEnterEvent* event) {
-    update();
-    QAbstractButton::enterEvent(event);
-}
-
-void MenuBarItem::leaveEvent(QEvent* event) {
-    update();
-    QAbstractButton::leaveEvent(event);
-}
-
-void MenuBarItem::changeEvent(QEvent* event) {
-    QAbstractButton::changeEvent(event);
-    if (event->type() == QEvent::ToolTipChange) {
-        setAccessibleText(*this, toolTip());
-    }
-}
-
-void MenuBarItem::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    if (underMouse() || isDown()) {
-        painter.setRenderHint(QPainter::Antialiasing);
-        painter.setPen(Qt::NoPen);
-        painter.setBrush(qColor(isDown() ? rim : kettleHi));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(1, 3, -1, -4), 5, 5);
-    }
-    if (picture_.devicePixelRatio() != devicePixelRatioF()) {
-        picture_ = rendered(image_, devicePixelRatioF(), qColor(malai));
-    }
-    const QSizeF size = picture_.deviceIndependentSize();
-    painter.drawImage(QPointF((width() - size.width()) / 2, (height() - size.height()) / 2), picture_);
-}
-
-MenuBarWindow::MenuBarWindow() {
+MenuBarWindow::MenuBarWindow(MainLoop& loop, Defaults& defaults)
+    : row_(defaults)
+    , frames_(loop, frame, [this] { drawFrame(); }) {
     setWindowFlags(Qt::FramelessWindowHint | Qt::WindowStaysOnTopHint | Qt::WindowDoesNotAcceptFocus);
     setAttribute(Qt::WA_ShowWithoutActivating);
     setAttribute(Qt::WA_OpaquePaintEvent);
@@ -136,30 +51,129 @@ MenuBarWindow::MenuBarWindow() {
 
 MenuBarWindow::~MenuBarWindow() = default;
 
-MenuBarItem& MenuBarWindow::addItem() {
-    items_.push_back(new MenuBarItem(this));
-    items_.back()->show();
-    return *items_.back();
+void MenuBarWindow::join(MenuBarCell& cell, StatusItemKind kind, double length) {
+    cells_.emplace(cell.identity(), &cell);
+    row_.add(cell.identity(), kind, length);
+    if (isOwnItem(cell.identity())) {
+        layOut();
+    } else if (length > 0) {
+        layOutSoon();
+    }
 }
 
-void MenuBarWindow::removeItem(MenuBarItem& item) {
-    std::erase(items_, &item);
-    item.hide();
-    item.deleteLater(); // its own click may have brought us here
+void MenuBarWindow::remove(MenuBarCell& cell) {
+    row_.remove(cell.identity());
+    cells_.erase(cell.identity());
+    changed_.erase(&cell);
+    leaving_.push_back(&cell);
+    if (isOwnItem(cell.identity())) {
+        layOut();
+    } else {
+        layOutSoon();
+    }
+}
+
+void MenuBarWindow::setLength(const MenuBarCell& cell, double length) {
+    row_.setLength(cell.identity(), length);
     layOut();
 }
 
-void MenuBarWindow::layOut() {
-    std::vector<double> widths;
-    widths.reserve(items_.size());
-    for (const MenuBarItem* item : items_) {
-        widths.push_back(item->length() == StatusBar::squareLength ? barHeight : item->length());
+void MenuBarWindow::showSoon(MenuBarCell& cell, double length) {
+    needsLayout_ = row_.setLength(cell.identity(), length) || needsLayout_;
+    changed_.insert(&cell);
+    frames_.request();
+}
+
+void MenuBarWindow::layOutSoon() {
+    needsLayout_ = true;
+    frames_.request();
+}
+
+void MenuBarWindow::drawFrame() {
+    if (needsLayout_) {
+        layOut();
     }
-    const auto places = layoutStatusArea(widths, width() - edgePadding);
-    for (std::size_t index = 0; index < items_.size(); ++index) {
-        const StatusPlace& place = places[index];
-        items_[index]->setGeometry(QRectF(place.visibleX, 0, place.visibleWidth, barHeight).toAlignedRect());
-        items_[index]->setVisible(place.isVisible);
+    for (MenuBarCell* cell : std::exchange(changed_, {})) {
+        cell->redraw();
+    }
+}
+
+double MenuBarWindow::areaWidth() const {
+    return width() - edgePadding;
+}
+
+void MenuBarWindow::layOut() {
+    needsLayout_ = false;
+    for (MenuBarCell* cell : std::exchange(leaving_, {})) {
+        cell->takeAway();
+        cell->deleteLater(); // its own click may have brought us here
+    }
+    for (const auto& [identity, place] : row_.layOut(areaWidth())) {
+        MenuBarCell& cell = *cells_.find(identity)->second;
+        if (place.isVisible || (hasMoved_ && dragged() == identity)) {
+            cell.place(shownFrame(cell, place));
+        } else {
+            cell.takeAway();
+        }
+    }
+}
+
+/// Where the row says; while it is dragged, under the pointer.
+QRect MenuBarWindow::shownFrame(const MenuBarCell& cell, const StatusPlace& place) const {
+    const bool isDragged = hasMoved_ && dragged() == cell.identity();
+    const double width = isDragged ? place.width : place.visibleWidth;
+    const double x = isDragged ? clamped(dragX_ - dragOffset_, 0, areaWidth() - width) : place.visibleX;
+    return QRectF(x, 0, width, barHeight).toAlignedRect();
+}
+
+// The toolkit keeps a monitor's corner in device pixels and counts points from there.
+
+QPoint MenuBarWindow::fromPixels(QPoint pixels) const {
+    const QPoint corner = screen()->geometry().topLeft();
+    return corner + (QPointF(pixels - corner) / screen()->devicePixelRatio()).toPoint();
+}
+
+QPoint MenuBarWindow::toPixels(QPoint place) const {
+    const QPoint corner = screen()->geometry().topLeft();
+    return corner + (QPointF(place - corner) * screen()->devicePixelRatio()).toPoint();
+}
+
+void MenuBarWindow::beginDrag(const std::string& identity, QPoint place) {
+    const auto cell = cells_.find(identity);
+    if (cell == cells_.end() || isDragging()) {
+        return;
+    }
+    row_.beginDrag(identity);
+    hasMoved_ = false;
+    dragStart_ = dragX_ = mapFromGlobal(place).x();
+    layOut(); // a divider shrinks to what is drawn of it
+    dragOffset_ = clamped(dragX_ - cell->second->x(), 0, cell->second->width());
+    cell->second->raise();
+    cell->second->update();
+}
+
+void MenuBarWindow::dragTo(QPoint place) {
+    if (!isDragging()) {
+        return;
+    }
+    dragX_ = mapFromGlobal(place).x();
+    hasMoved_ = hasMoved_ || std::abs(dragX_ - dragStart_) >= dragThreshold;
+    if (hasMoved_) {
+        row_.dragTo(dragX_, areaWidth());
+        layOut();
+    }
+}
+
+void MenuBarWindow::endDrag(bool isDropped) {
+    if (!isDragging()) {
+        return;
+    }
+    const auto cell = cells_.find(*dragged());
+    row_.endDrag(isDropped && std::exchange(hasMoved_, false));
+    hasMoved_ = false;
+    layOut();
+    if (cell != cells_.end()) {
+        cell->second->update();
     }
 }
 

@@ -99,8 +99,9 @@ bool deliversRightClicks(std::string_view currentDesktop) {
     return namesDesktop(currentDesktop, {"KDE", "LXQt"});
 }
 
-StatusMenu::StatusMenu(QString path, QString entry, std::function<void()> chosen)
-    : path_(std::move(path))
+StatusMenu::StatusMenu(const QDBusConnection& bus, QString path, QString entry, std::function<void()> chosen)
+    : bus_(bus)
+    , path_(std::move(path))
     , entry_(std::move(entry))
     , chosen_(std::move(chosen)) {
     qDBusRegisterMetaType<MenuNode>();
@@ -108,11 +109,11 @@ StatusMenu::StatusMenu(QString path, QString entry, std::function<void()> chosen
     qDBusRegisterMetaType<QList<MenuProperties>>();
     qDBusRegisterMetaType<MenuEvent>();
     qDBusRegisterMetaType<QList<MenuEvent>>();
-    QDBusConnection::sessionBus().registerVirtualObject(path_, this);
+    bus_.registerVirtualObject(path_, this);
 }
 
 StatusMenu::~StatusMenu() {
-    QDBusConnection::sessionBus().unregisterObject(path_);
+    bus_.unregisterObject(path_);
 }
 
 bool StatusMenu::handleMessage(const QDBusMessage& message, const QDBusConnection& connection) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <QDBusConnection>
 #include <QDBusVirtualObject>
 
 #include <functional>
@@ -15,7 +16,7 @@ bool deliversRightClicks(std::string_view currentDesktop);
 /// click. com.canonical.dbusmenu, as far as a menu that never changes needs it.
 class StatusMenu : public QDBusVirtualObject {
 public:
-    StatusMenu(QString path, QString entry, std::function<void()> chosen);
+    StatusMenu(const QDBusConnection& bus, QString path, QString entry, std::function<void()> chosen);
     ~StatusMenu() override;
 
     const QString& path() const { return path_; }
@@ -26,6 +27,7 @@ public:
 private:
     void choose() const;
 
+    QDBusConnection bus_;
     const QString path_;
     const QString entry_;
     std::function<void()> chosen_;

@@ -1,6 +1,7 @@
 #include "Platforms/Linux/MenuBar/StatusNotifierItem.hpp"
 
 #include "Platforms/Linux/BusProperties.hpp"
+#include "Platforms/Linux/MenuBar/StatusNotifier.hpp"
 #include "ZorbelKit/Surfaces/PainterCanvas.hpp"
 
 #include <QDBusArgument>
@@ -16,15 +17,18 @@
 
 namespace Linux {
 
+using namespace StatusNotifier;
 using ZorbelKit::ClickButton;
 
 namespace {
 
-constexpr auto itemInterface = "org.kde.StatusNotifierItem";
-constexpr auto watcherService = "org.kde.StatusNotifierWatcher";
-constexpr auto watcherPath = "/StatusNotifierWatcher";
 constexpr auto noMenu = "/NO_DBUSMENU";
-constexpr int patience = 3000; // milliseconds
+
+QDBusConnection newConnection() {
+    static int opened = 0;
+    return QDBusConnection::connectToBus(QDBusConnection::SessionBus,
+                                         "zorbel-item-" + QString::number(++opened));
+}
 
 } // namespace
 
@@ -50,29 +54,26 @@ static const QDBusArgument& operator>>(const QDBusArgument& argument, ToolTip& t
     return argument;
 }
 
-StatusNotifierItem::StatusNotifierItem(ZorbelKit::MainLoop& loop, const std::string& path,
-                                       const std::string& name, ClickHandler clicked)
-    : loop_(loop)
-    , path_(QString::fromStdString(path))
+StatusNotifierItem::StatusNotifierItem(ZorbelKit::MainLoop& loop, const std::string& name,
+                                       ClickHandler clicked)
+    : bus_(newConnection())
     , name_(QString::fromStdString(name))
-    , clicked_(std::move(clicked)) {
+    , clicked_(std::move(clicked))
+    , imageNews_(loop, imageInterval, [this] { tellImage(); }) {
     qDBusRegisterMetaType<IconPixmap>();
     qDBusRegisterMetaType<QList<IconPixmap>>();
     qDBusRegisterMetaType<ToolTip>();
-    QDBusConnection::sessionBus().registerVirtualObject(path_, this);
+    bus_.registerVirtualObject(itemPath, this);
     if (!deliversRightClicks(qEnvironmentVariable("XDG_CURRENT_DESKTOP").toStdString())) {
-        menu_ = std::make_unique<StatusMenu>(path_ + "/Menu", "Open Zorbel",
+        menu_ = std::make_unique<StatusMenu>(bus_, itemPath + QString("/Menu"), "Open Zorbel",
                                              [this] { click(ClickButton::right, {}); });
     }
 }
 
 StatusNotifierItem::~StatusNotifierItem() {
-    // There is no unregister call: closing the item's object and its name is what hosts watch for. The
-    // program's one connection lives on, so hosts are told by the status too.
-    QDBusMessage gone = QDBusMessage::createSignal(path_, itemInterface, "NewStatus");
-    gone << "Passive";
-    QDBusConnection::sessionBus().send(gone);
-    QDBusConnection::sessionBus().unregisterObject(path_);
+    menu_.reset();
+    bus_.unregisterObject(itemPath);
+    QDBusConnection::disconnectFromBus(bus_.name());
 }
 
 void StatusNotifierItem::click(ClickButton button, QPoint position) const {
@@ -81,13 +82,9 @@ void StatusNotifierItem::click(ClickButton button, QPoint position) const {
 }
 
 void StatusNotifierItem::registerWithTray(const std::function<void()>& refused) {
-    const QDBusConnection bus = QDBusConnection::sessionBus();
-    QDBusMessage request = QDBusMessage::createMethodCall(watcherService, watcherPath, watcherService,
-                                                          "RegisterStatusNotifierItem");
-    const bool isStandardPath = path_ == "/StatusNotifierItem";
-    request << (isStandardPath ? bus.baseService() : path_);
-    request.setAutoStartService(false);
-    auto* reply = new QDBusPendingCallWatcher(bus.asyncCall(request, patience), this);
+    QDBusMessage request = call(watcherService, watcherPath, watcherService, "RegisterStatusNotifierItem");
+    request << bus_.baseService();
+    auto* reply = new QDBusPendingCallWatcher(bus_.asyncCall(request, timeLimit), this);
     QObject::connect(reply, &QDBusPendingCallWatcher::finished, this,
                      [refused](QDBusPendingCallWatcher* finished) {
                          finished->deleteLater();
@@ -105,21 +102,14 @@ void StatusNotifierItem::setImage(const ZorbelKit::Image& image, const QColor& t
         }
         return pixmaps;
     };
-    if (!imageDelay_) {
-        tellImage();
-    }
+    imageNews_.request();
 }
 
 void StatusNotifierItem::tellImage() {
-    imageDelay_.reset();
-    if (!nextImage_) {
-        return;
-    }
     auto pixmaps = std::exchange(nextImage_, nullptr)();
     if (pixmaps != pixmaps_) {
         pixmaps_ = std::move(pixmaps);
         tell("NewIcon");
-        imageDelay_ = loop_.after(imageInterval, [this] { tellImage(); });
     }
 }
 
@@ -133,7 +123,7 @@ void StatusNotifierItem::setToolTip(const std::string& text) {
 }
 
 void StatusNotifierItem::tell(const char* signal) const {
-    QDBusConnection::sessionBus().send(QDBusMessage::createSignal(path_, itemInterface, signal));
+    bus_.send(QDBusMessage::createSignal(itemPath, itemInterface, signal));
 }
 
 QVariantMap StatusNotifierItem::properties() const {

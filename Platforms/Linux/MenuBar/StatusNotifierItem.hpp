@@ -5,8 +5,10 @@
 #include "ZorbelKit/Host/Image.hpp"
 #include "ZorbelKit/Host/MainLoop.hpp"
 #include "ZorbelKit/Host/StatusBar.hpp"
+#include "ZorbelKit/Throttle.hpp"
 
 #include <QColor>
+#include <QDBusConnection>
 #include <QDBusVirtualObject>
 
 #include <functional>
@@ -25,10 +27,8 @@ public:
 
     using ClickHandler = std::function<void(ZorbelKit::ClickButton, QPoint position)>;
 
-    /// `path` is the object's path on the session bus, unique in the process; `name` identifies the item to
-    /// hosts.
-    StatusNotifierItem(ZorbelKit::MainLoop& loop, const std::string& path, const std::string& name,
-                       ClickHandler clicked);
+    /// `name` identifies the item to hosts.
+    StatusNotifierItem(ZorbelKit::MainLoop& loop, const std::string& name, ClickHandler clicked);
     ~StatusNotifierItem() override;
 
     /// Puts the item into the tray that runs now; again for every new tray. `refused` is called when it will
@@ -47,8 +47,9 @@ private:
     void tell(const char* signal) const;
     void tellImage();
 
-    ZorbelKit::MainLoop& loop_;
-    const QString path_;
+    /// A connection to the bus for the item alone: there is no other way to take an item back than to close
+    /// it.
+    QDBusConnection bus_;
     const QString name_;
     ClickHandler clicked_;
     std::unique_ptr<StatusMenu> menu_; // null where right clicks are delivered
@@ -56,7 +57,7 @@ private:
     /// Draws what hosts have not been told of yet; empty when they know the last.
     std::function<QList<IconPixmap>()> nextImage_;
     QList<IconPixmap> pixmaps_; // what hosts may fetch
-    ZorbelKit::Token imageDelay_;
+    ZorbelKit::Throttle imageNews_;
 };
 
 } // namespace Linux

@@ -20,8 +20,8 @@ enum class TrayPlace {
 bool bringsOwnTray(std::string_view currentDesktop);
 
 /// Decides between the suite's own bar and the desktop's tray, and follows a tray that appears, disappears
-/// and comes back. Where the desktop has a tray the suite is a guest there; elsewhere it brings its own bar.
-/// Main thread only.
+/// and comes back. Where the desktop has a tray the suite is a guest there, unless the user prefers the
+/// suite's bar; elsewhere it brings its own bar. Main thread only.
 class TrayMode : public ZorbelKit::Observable {
 public:
     static constexpr ZorbelKit::Seconds startPatience{10.0}; // for a tray that the desktop is known to bring
@@ -29,7 +29,7 @@ public:
     static constexpr ZorbelKit::Seconds bareDisplayPatience{
         5.0}; // before saying that there is no place at all
 
-    TrayMode(ZorbelKit::MainLoop& loop, bool canShowBar);
+    TrayMode(ZorbelKit::MainLoop& loop, bool canShowBar, bool prefersBar);
 
     /// The first answer to "does a tray host run?".
     void start(bool hostRuns, bool desktopBringsTray);
@@ -37,15 +37,37 @@ public:
     /// Every later answer.
     void hostChanged(bool hostRuns);
 
-    TrayPlace place() const { return place_.get(); }
+    void setPrefersBar(bool on);
+
+    TrayPlace place() const { return decision_.get().place; }
+
+    /// Whether other programs' icons may be gathered under the watcher's name: the bar is shown, and a tray
+    /// that the desktop brings has had its time to start.
+    bool mayOwnWatcher() const { return decision_.get().mayOwnWatcher; }
+
+    /// Whether the desktop has a tray of its own, so that the user may choose between it and the bar.
+    bool hasChoice() const { return decision_.get().hasChoice; }
 
 private:
-    void fallBackAfter(ZorbelKit::Seconds patience);
+    struct Decision {
+        TrayPlace place = TrayPlace::undecided;
+        bool mayOwnWatcher = false;
+        bool hasChoice = false;
+        bool operator==(const Decision&) const = default;
+    };
+
+    void waitFor(ZorbelKit::Seconds patience);
+    void decide();
+    TrayPlace decidePlace() const;
 
     ZorbelKit::MainLoop& loop_;
     const bool canShowBar_;
-    ZorbelKit::Published<TrayPlace> place_{*this, TrayPlace::undecided};
-    ZorbelKit::Token waiting_;
+    bool prefersBar_;
+    bool hostRuns_ = false;
+    bool desktopBringsTray_ = false;
+    bool isWaiting_ = true; // before the first answer, and for a tray that is on its way
+    ZorbelKit::Published<Decision> decision_{*this};
+    ZorbelKit::Token patience_;
 };
 
 } // namespace Linux

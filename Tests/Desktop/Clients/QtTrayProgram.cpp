@@ -2,7 +2,8 @@
 //
 //     qt_tray_program ID COLOUR
 //
-// It shows a square of one colour ("#00a0ff") and a menu, and prints what happens to it, a line each.
+// It shows a square of one colour ("#00a0ff") and a menu, and prints what happens to it, a line each. A "%p" in
+// the ID becomes the number of the process, as some programs have it.
 
 #include <QAction>
 #include <QApplication>
@@ -34,7 +35,8 @@ int main(int argumentCount, char** arguments) {
         std::fprintf(stderr, "usage: qt_tray_program ID COLOUR\n");
         return 2;
     }
-    QApplication::setApplicationName(words[1]);
+    QApplication::setApplicationName(
+        QString(words[1]).replace("%p", QString::number(QApplication::applicationPid())));
     QApplication::setQuitOnLastWindowClosed(false);
     const QColor colour(words[2]);
 
