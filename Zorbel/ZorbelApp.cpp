@@ -1,3 +1,4 @@
+#include "Platforms/Linux/Heap.hpp"
 #include "Platforms/Linux/JsonDefaults.hpp"
 #include "Platforms/Linux/MenuBar/LinuxStatusBar.hpp"
 #include "Platforms/Linux/ProcHostStatistics.hpp"
@@ -125,6 +126,7 @@ public:
 } // namespace Zorbel
 
 int main(int argumentCount, char** arguments) {
+    Linux::keepHeapSmall();
     std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is an error to report, not a reason to die
     if (!Zorbel::canOpenDisplay()) {
         const char* display = std::getenv("DISPLAY");
