@@ -16,6 +16,7 @@
 ///
 ///     portrait FOLDER            bar, panel, dashboard, desktop
 ///     portrait FOLDER --empty    only the dashboard, of a Zorbel in which nothing is selected
+///     portrait FOLDER --icons    only the bar, with the icons of three other programs that run too
 ///
 /// It looks and clicks as a user would and needs no accessibility bus.
 
@@ -32,6 +33,10 @@ constexpr QSize switchCorner(120, 110); // where in the page's top right corner 
 constexpr int rowMargin = 16;           // inside a row, before its icon
 constexpr QPoint rusketsRow(128, 334);  // from the window's corner, the list not scrolled
 constexpr Seconds worthwhileHistory{9};
+constexpr QPoint dividersMiddle(49, 14);  // from the screen's top right corner, leftwards
+constexpr QPoint firstIconsMiddle(74, 14);
+constexpr int iconPitch = 28;
+constexpr int otherPrograms = 3;
 constexpr Seconds stillness{0.35}; // figures change once a second, so there is such a moment in each
 
 void check(bool isTrue, const std::string& wanted) {
@@ -93,7 +98,41 @@ public:
         take(dashboard(), dashboard(), "dashboard-empty.png");
     }
 
+    /// The bar with other programs' icons: shown, hidden, and with the menu of the first of them.
+    void takeIcons() const {
+        const QRect strip(screen_.size().width() - 480, 0, 480, 44);
+        const QPoint last = fromRight(firstIconsMiddle) - QPoint((otherPrograms - 1) * iconPitch, 0);
+        const QRect lastIcon(last - QPoint(11, 11), QSize(22, 22));
+        const auto isShown = [&] { return !isPlain(screen_.picture(lastIcon)); };
+        check(until(isShown), "three programs with icons do not show them");
+        take(strip, strip, "bar-revealed.png");
+
+        screen_.click(fromRight(dividersMiddle));
+        check(until([&] { return !isShown(); }), "the icons do not go");
+        screen_.movePointer(aside());
+        take(strip, strip, "bar-collapsed.png");
+        screen_.click(fromRight(dividersMiddle));
+        check(until(isShown), "the icons do not come back");
+
+        const std::size_t windows = screen_.windows().size();
+        screen_.click(fromRight(firstIconsMiddle), XCB_BUTTON_INDEX_3);
+        check(until([&] { return screen_.windows().size() > windows; }), "no menu opens");
+        const QRect menu = screen_.windows().back().frame;
+        screen_.movePointer(menu.topLeft() + QPoint(menu.width() / 2, 48));
+        const QRect part = (strip | menu.adjusted(-24, 0, 0, 24)) & QRect(QPoint(0, 0), screen_.size());
+        take(part, part, "bar-menu.png");
+        screen_.press(XK_Escape);
+        screen_.movePointer(aside());
+    }
+
 private:
+    QPoint fromRight(QPoint distance) const { return {screen_.size().width() - distance.x(), distance.y()}; }
+
+    static bool isPlain(const QImage& picture) {
+        return boundsOf(picture, picture.pixelColor(0, 0), 2).size() == picture.size() &&
+               boundsOf(picture, picture.pixelColor(picture.rect().center()), 2).size() == picture.size();
+    }
+
     /// A place of the bare desktop.
     QPoint aside() const { return {4, screen_.size().height() - 4}; }
 
@@ -196,9 +235,9 @@ private:
 } // namespace
 
 int main(int argumentCount, char** arguments) {
-    const bool isEmpty = argumentCount == 3 && std::string_view(arguments[2]) == "--empty";
-    if (argumentCount != 2 && !isEmpty) {
-        std::fprintf(stderr, "usage: portrait FOLDER [--empty]\n");
+    const std::string_view wish = argumentCount == 3 ? arguments[2] : "";
+    if (argumentCount != 2 && wish != "--empty" && wish != "--icons") {
+        std::fprintf(stderr, "usage: portrait FOLDER [--empty|--icons]\n");
         return 2;
     }
     const QCoreApplication application(argumentCount, arguments);
@@ -206,8 +245,10 @@ int main(int argumentCount, char** arguments) {
         const QDir folder(QString::fromLocal8Bit(arguments[1]));
         check(folder.mkpath("."), "cannot make the folder " + folder.path().toStdString());
         Photographer photographer(folder);
-        if (isEmpty) {
+        if (wish == "--empty") {
             photographer.takeEmpty();
+        } else if (wish == "--icons") {
+            photographer.takeIcons();
         } else {
             photographer.takeAll();
         }
