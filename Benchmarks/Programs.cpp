@@ -26,7 +26,8 @@ std::string newHome() {
         fail("no folder can be made in " + home);
     }
     std::filesystem::create_directories(home + "/.config/zorbel");
-    std::ofstream(home + "/.config/zorbel/settings.json") << R"({"app.hasLaunched": true, "sivrel.autoCollapse": 0})" << '\n';
+    std::ofstream(home + "/.config/zorbel/settings.json")
+        << R"({"app.hasLaunched": true, "sivrel.autoCollapse": 0})" << '\n';
     return home;
 }
 

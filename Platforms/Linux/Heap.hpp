@@ -2,8 +2,8 @@
 
 namespace Linux {
 
-/// Keeps what the program holds of the system's memory near what it uses. To be called first of all, before any
-/// other thread runs.
+/// Keeps what the program holds of the system's memory near what it uses. To be called first of all, before
+/// any other thread runs.
 void keepHeapSmall();
 
 } // namespace Linux

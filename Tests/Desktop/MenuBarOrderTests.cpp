@@ -45,7 +45,7 @@ protected:
 TEST_F(MenuBarOrder, DraggingWithControlOrSuperMovesAnIconAndClicksNothing) {
     startBar();
     showThree();
-    for (const xcb_keysym_t key : {XK_Control_L, XK_Super_L}) {
+    for (const xcb_keysym_t key : {xcb_keysym_t{XK_Control_L}, xcb_keysym_t{XK_Super_L}}) {
         SCOPED_TRACE(key);
         screen().drag(middle(lime), middle(pink) - QPoint(4, 0), key);
         EXPECT_TRUE(waitForRow({1, 2, 0}));

@@ -13,8 +13,6 @@ namespace Desktop {
 namespace {
 
 constexpr auto watcherPath = "/StatusNotifierWatcher";
-constexpr int barEdge = 10;
-constexpr int glassWidth = 28;
 constexpr int dividerWidth = 22;
 constexpr int leastIcon = 16; // pixels of a picture's side that count as drawn
 

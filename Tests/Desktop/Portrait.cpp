@@ -33,7 +33,7 @@ constexpr QSize switchCorner(120, 110); // where in the page's top right corner 
 constexpr int rowMargin = 16;           // inside a row, before its icon
 constexpr QPoint rusketsRow(128, 334);  // from the window's corner, the list not scrolled
 constexpr Seconds worthwhileHistory{9};
-constexpr QPoint dividersMiddle(49, 14);  // from the screen's top right corner, leftwards
+constexpr QPoint dividersMiddle(49, 14); // from the screen's top right corner, leftwards
 constexpr QPoint firstIconsMiddle(74, 14);
 constexpr int iconPitch = 28;
 constexpr int otherPrograms = 3;

@@ -2,8 +2,8 @@
 //
 //     qt_tray_program ID COLOUR
 //
-// It shows a square of one colour ("#00a0ff") and a menu, and prints what happens to it, a line each. A "%p" in
-// the ID becomes the number of the process, as some programs have it.
+// It shows a square of one colour ("#00a0ff") and a menu, and prints what happens to it, a line each. A "%p"
+// in the ID becomes the number of the process, as some programs have it.
 
 #include <QAction>
 #include <QApplication>
