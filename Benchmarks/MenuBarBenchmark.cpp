@@ -28,6 +28,8 @@ constexpr double mostGrowth = 256; // kilobytes
 constexpr std::uint32_t colours[] = {0x1050E0, 0xE01090};
 constexpr int enoughPixels = 100; // of an icon's
 constexpr Nanoseconds patience = 10'000'000'000;
+constexpr double rest =
+    0.08; // seconds from one icon's end to the next: nobody waits for a frame of the last one
 constexpr double quiet = 0.3; // seconds in which nothing more happens
 
 // From the right end of the bar.
@@ -111,6 +113,7 @@ void measureAppearing(Stage& stage, int count, Samples& samples) {
         samples.add(milliseconds(now() - registered));
         stage.programs.end(program);
         stage.waitUntil("the end of an icon", [&] { return stage.isGone(colour); });
+        stage.waitFor(rest);
     }
 }
 

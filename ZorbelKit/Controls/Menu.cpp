@@ -234,10 +234,10 @@ private:
 std::shared_ptr<QStyle> sharedLook(bool canBlend) {
     static std::array<std::weak_ptr<QStyle>, 2> looks;
     std::weak_ptr<QStyle>& look = looks[canBlend ? 1 : 0];
-    if (const auto made = look.lock()) {
+    if (auto made = look.lock()) {
         return made;
     }
-    const auto made = std::make_shared<MenuLook>(canBlend);
+    auto made = std::make_shared<MenuLook>(canBlend);
     look = made;
     return made;
 }

@@ -166,7 +166,7 @@ LinuxStatusBar::LinuxStatusBar(MainLoop& loop, Defaults& defaults)
     , defaults_(defaults)
     , prefersOwnBar_(defaults.boolean(ownBarKey).value_or(false))
     , mode_(loop, QGuiApplication::platformName() == "xcb", prefersOwnBar_)
-    , watch_([this](ForeignTray tray) { trayAnswered(tray); })
+    , watch_([this](const ForeignTray& tray) { trayAnswered(tray); })
     , host_(loop, {.changed = [this](TrayItem& item) { itemChanged(item); },
                    .leaving = [this](TrayItem& item) { itemLeaves(item); }}) {
     modeChanges_ = mode_.observe([this] { modeChanged(); });
@@ -206,7 +206,7 @@ Token LinuxStatusBar::onChange(std::function<void()> changed) {
     return changes_.observe(std::move(changed));
 }
 
-void LinuxStatusBar::trayAnswered(ForeignTray tray) {
+void LinuxStatusBar::trayAnswered(const ForeignTray& tray) {
     foreign_ = tray;
     const TrayPlace before = mode_.place();
     if (!std::exchange(isStarted_, true)) {

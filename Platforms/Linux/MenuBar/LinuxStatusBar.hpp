@@ -41,7 +41,7 @@ private:
     class Item;
     friend class Item;
 
-    void trayAnswered(ForeignTray tray);
+    void trayAnswered(const ForeignTray& tray);
     void modeChanged();
     void gatherIcons();
     TrayHost::Role role() const;

@@ -192,12 +192,14 @@ int folderSize(const std::string& name) {
 std::vector<std::string> filesInFolder(const QString& folder, const QString& name, int side) {
     namespace fs = std::filesystem;
     std::vector<std::string> names;
+    names.reserve(std::size(endings));
     const std::string plain = QFile::encodeName(name).toStdString();
     for (const std::string ending : endings) {
         names.push_back(plain.ends_with(ending) ? plain : plain + ending);
     }
     const fs::path top(QFile::encodeName(folder).toStdString());
     std::vector<std::string> files;
+    files.reserve(names.size());
     for (const std::string& each : names) {
         files.push_back(top / each);
     }

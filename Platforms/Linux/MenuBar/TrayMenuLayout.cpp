@@ -214,7 +214,8 @@ void applyTrayMenuChange(TrayMenuEntry& entry, const QVariantMap& properties) {
 }
 
 TrayMenuEntry trayMenuLayout(const QDBusArgument& layout, int deepest, int most) {
-    const QDBusArgument answer = layout; // reading moves a place of its own
+    // Reading moves a place in the argument, and a copy has one of its own.
+    const QDBusArgument answer = layout; // NOLINT(performance-unnecessary-copy-initialization)
     if (!reads(answer, QDBusArgument::StructureType, entrySignature)) {
         return {};
     }

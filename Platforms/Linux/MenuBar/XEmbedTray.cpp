@@ -105,7 +105,7 @@ std::string textOf(const QByteArray& bytes) {
     const QByteArray text(bytes.constData(), static_cast<qsizetype>(qstrnlen(
                                                  bytes.constData(), static_cast<std::size_t>(bytes.size()))));
     // Where we stopped reading, a character may be cut in two: that one is left off.
-    const bool isWhole = text.size() < qsizetype{4 * longestText};
+    const bool isWhole = text.size() < qsizetype{longestText} * 4;
     QStringDecoder decoder(QStringDecoder::Utf8,
                            isWhole ? QStringDecoder::Flag::Stateless : QStringDecoder::Flag::Default);
     const QString decoded = decoder(text);
