@@ -355,6 +355,29 @@ TEST_F(MenuBarWatcher, S12_NeverFightsForTheNameOfAWatcherThatComesBackFirst) {
     screen().click(icon(azure).center());
 }
 
+TEST_F(MenuBarWatcher, S12_ATrayThatWaitsInLineGetsTheNameAndTheIcons) {
+    startBar();
+    TrayProgram program; // notices a name that becomes free, and none that is handed on
+    program.add(trayProperties("item", azure));
+    ASSERT_TRUE(waitForIcon(azure));
+    const TrayDouble tray({.waitsInLine = true});
+    EXPECT_TRUE(until([&] { return tray.items().contains(program.name() + "/StatusNotifierItem"); }));
+    EXPECT_EQ(program.registrations(), 1) << "it was registered for it";
+    EXPECT_TRUE(until([&] { return tray.items().size() == 2 && !findBar(screen()); }))
+        << "the glass is a guest there, as where the tray was first";
+}
+
+TEST_F(MenuBarWatcher, ATrayThatWaitsInLineGetsTheIconsAtOnceWhenZorbelQuits) {
+    Program& zorbel = startBar();
+    TrayProgram program;
+    program.add(trayProperties("item", azure));
+    ASSERT_TRUE(waitForIcon(azure));
+    const TrayDouble tray({.waitsInLine = true});
+    EXPECT_EQ(end(zorbel), 0) << zorbel.output();
+    EXPECT_TRUE(until([&] { return tray.items() == QStringList{program.name() + "/StatusNotifierItem"}; },
+                      Seconds{1}));
+}
+
 TEST_F(MenuBarWatcher, S12_AWatcherThatLeavesWithItsItemsLeavesNoGhosts) {
     auto foreign = std::make_unique<TrayDouble>();
     auto program = std::make_unique<TrayProgram>();
