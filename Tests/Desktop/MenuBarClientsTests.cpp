@@ -132,6 +132,28 @@ TEST_F(MenuBarClients, AyatanaProgramOpensItsMenuByEitherButton) {
 }
 #endif
 
+/// Longer than the older tray takes to start.
+constexpr Seconds bothTraysRun{3};
+
+TEST_F(MenuBarClients, ProgramsThatStartedWithoutAnyTrayAreThereOnce) {
+    Program qt({QT_TRAY_PROGRAM, "client", "#40d020"}, unread());
+    ASSERT_TRUE(until([&] { return says(qt, "shown"); }));
+#ifdef AYATANA_TRAY_PROGRAM
+    Program ayatana({AYATANA_TRAY_PROGRAM, "probe", icons_.path(), "probe"}, unread());
+    ASSERT_TRUE(until([&] { return says(ayatana, "shown probe"); }));
+#endif
+    startBar();
+    const auto isThereOnce = [](QColor colour) {
+        return !icon(colour).isEmpty() && icon(colour).width() <= cell(0).width();
+    };
+    EXPECT_TRUE(waitForIcon(lime)); // it took the older way for its life, and is taken in there
+#ifdef AYATANA_TRAY_PROGRAM
+    EXPECT_TRUE(waitForIcon(cyan));
+    EXPECT_TRUE(holds([&] { return isThereOnce(cyan); }, bothTraysRun));
+#endif
+    EXPECT_TRUE(holds([&] { return isThereOnce(lime); }, bothTraysRun));
+}
+
 #ifdef GTK_STATUS_ICON
 TEST_F(MenuBarClients, ProgramWithAnIconWindowIsDrawnAndClicked) {
     startBar();

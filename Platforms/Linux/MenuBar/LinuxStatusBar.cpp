@@ -13,6 +13,7 @@
 #include <QGuiApplication>
 #include <QScreen>
 
+#include <algorithm>
 #include <cmath>
 #include <utility>
 
@@ -263,6 +264,7 @@ void LinuxStatusBar::itemChanged(TrayItem& item) {
             freeIdentity(trayIdentity(item.state().id.toStdString(), item.process()));
         auto& cell = bar().add<TrayItemCell>(StatusItemKind::button, 0, identity, loop_, item);
         found = trayCells_.emplace(&item, &cell).first;
+        showSpareIcons();
     }
     found->second->itemChanged();
 }
@@ -273,6 +275,7 @@ void LinuxStatusBar::itemLeaves(TrayItem& item) {
         trayCells_.erase(found);
         cell.itemLeaves();
         bar().remove(cell);
+        showSpareIcons();
     }
 }
 
@@ -315,12 +318,25 @@ void LinuxStatusBar::iconDocked(const XEmbedTray::Icon& icon) {
     const std::string identity = freeIdentity("xembed:" + icon.instance);
     auto& cell = bar().add<XEmbedCell>(StatusItemKind::button, 0, identity, *olderTray_, icon);
     xembedCells_[icon.id] = &cell;
-    cell.iconChanged(icon);
+    cell.show(icon, isSpare(icon));
 }
 
 void LinuxStatusBar::iconChanged(const XEmbedTray::Icon& icon) {
     if (const auto found = xembedCells_.find(icon.id); found != xembedCells_.end()) {
-        found->second->iconChanged(icon);
+        found->second->show(icon, isSpare(icon));
+    }
+}
+
+/// Some programs that find no tray at their start keep both protocols once there is one.
+bool LinuxStatusBar::isSpare(const XEmbedTray::Icon& icon) const {
+    return icon.pid != 0 && std::ranges::any_of(trayCells_, [&](const auto& entry) {
+               return entry.first->process().pid == icon.pid;
+           });
+}
+
+void LinuxStatusBar::showSpareIcons() {
+    for (const auto& [id, cell] : xembedCells_) {
+        cell->show(cell->icon(), isSpare(cell->icon()));
     }
 }
 

@@ -52,6 +52,8 @@ private:
     void iconDocked(const XEmbedTray::Icon& icon);
     void iconChanged(const XEmbedTray::Icon& icon);
     void iconRemoved(XEmbedTray::IconId icon);
+    bool isSpare(const XEmbedTray::Icon& icon) const;
+    void showSpareIcons();
 
     MenuBarWindow& bar();
     std::string freeIdentity(const std::string& identity);

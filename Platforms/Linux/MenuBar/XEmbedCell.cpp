@@ -12,13 +12,14 @@ XEmbedCell::XEmbedCell(MenuBarWindow& bar, std::string identity, XEmbedTray& tra
                        const XEmbedTray::Icon& icon)
     : MenuBarCell(bar, std::move(identity))
     , tray_(tray)
-    , icon_(icon.id) {
+    , icon_(icon) {
 }
 
-void XEmbedCell::iconChanged(const XEmbedTray::Icon& icon) {
+void XEmbedCell::show(const XEmbedTray::Icon& icon, bool isSpare) {
+    icon_ = icon;
     const std::string& name = icon.title.empty() ? icon.instance : icon.title;
     ZorbelKit::setAccessible(*this, QAccessible::Button, ZorbelKit::qString(name));
-    bar().showSoon(*this, icon.wantsRoom ? barHeight : 0);
+    bar().showSoon(*this, icon.wantsRoom && !isSpare ? barHeight : 0);
 }
 
 void XEmbedCell::place(const QRect& frame) {
@@ -26,11 +27,12 @@ void XEmbedCell::place(const QRect& frame) {
     const double scale = devicePixelRatioF();
     const auto pixels = [scale](int points) { return static_cast<int>(std::lround(points * scale)); };
     tray_.setIconSide(pixels(iconSide));
-    tray_.place(icon_, {pixels(frame.x()), pixels(frame.y()), pixels(frame.width()), pixels(frame.height())});
+    tray_.place(icon_.id,
+                {pixels(frame.x()), pixels(frame.y()), pixels(frame.width()), pixels(frame.height())});
 }
 
 void XEmbedCell::takeAway() {
-    tray_.hide(icon_);
+    tray_.hide(icon_.id);
     MenuBarCell::takeAway();
 }
 

@@ -13,8 +13,9 @@ public:
 
     XEmbedCell(MenuBarWindow& bar, std::string identity, XEmbedTray& tray, const XEmbedTray::Icon& icon);
 
-    void iconChanged(const XEmbedTray::Icon& icon);
-    XEmbedTray::IconId icon() const { return icon_; }
+    /// The icon has changed; or whether it is spare: its program shows the same by the newer protocol.
+    void show(const XEmbedTray::Icon& icon, bool isSpare);
+    const XEmbedTray::Icon& icon() const { return icon_; }
 
     void place(const QRect& frame) override;
     void takeAway() override;
@@ -25,7 +26,7 @@ protected:
 
 private:
     XEmbedTray& tray_;
-    const XEmbedTray::IconId icon_;
+    XEmbedTray::Icon icon_;
 };
 
 } // namespace Linux

@@ -70,6 +70,7 @@ struct Disconnect {
 enum Name : std::size_t {
     manager,
     netWmName,
+    netWmPid,
     trayColours,
     trayOpcode,
     trayOrientation,
@@ -83,6 +84,7 @@ enum Name : std::size_t {
 
 constexpr std::array<const char*, traySelection> fixedNames{"MANAGER",
                                                             "_NET_WM_NAME",
+                                                            "_NET_WM_PID",
                                                             "_NET_SYSTEM_TRAY_COLORS",
                                                             "_NET_SYSTEM_TRAY_OPCODE",
                                                             "_NET_SYSTEM_TRAY_ORIENTATION",
@@ -242,7 +244,7 @@ private:
     };
 
     struct Look { // what is asked of an icon's window, all at once
-        xcb_get_property_cookie_t info, name, legacyName, wmClass;
+        xcb_get_property_cookie_t info, pid, name, legacyName, wmClass;
     };
 
     struct Audience {
@@ -797,7 +799,7 @@ XEmbedTray::Tray::Look XEmbedTray::Tray::look(xcb_window_t window) const {
         return xcb_get_property(connection_.get(), 0, window, property, XCB_GET_PROPERTY_TYPE_ANY, 0,
                                 longest);
     };
-    return {ask(atoms_[xembedInfo], 2), ask(atoms_[netWmName], longestText),
+    return {ask(atoms_[xembedInfo], 2), ask(atoms_[netWmPid], 1), ask(atoms_[netWmName], longestText),
             ask(XCB_ATOM_WM_NAME, longestText), ask(XCB_ATOM_WM_CLASS, longestText)};
 }
 
@@ -806,6 +808,7 @@ void XEmbedTray::Tray::read(Docked& docked, const Look& look) const {
         return owned(xcb_get_property_reply(connection_.get(), cookie, nullptr));
     };
     const auto info = reply(look.info);
+    const auto pid = reply(look.pid);
     const auto name = reply(look.name);
     const auto legacyName = reply(look.legacyName);
     const auto wmClass = reply(look.wmClass);
@@ -816,6 +819,8 @@ void XEmbedTray::Tray::read(Docked& docked, const Look& look) const {
         const auto* values = static_cast<const std::uint32_t*>(xcb_get_property_value(info.get()));
         docked.icon.wantsRoom = (values[1] & embedMapped) != 0;
     }
+    const bool hasPid = pid && pid->format == 32 && pid->value_len == 1;
+    docked.icon.pid = hasPid ? *static_cast<const std::int32_t*>(xcb_get_property_value(pid.get())) : 0;
     docked.icon.title = textOf(bytesOf(name.get()));
     if (docked.icon.title.empty()) {
         docked.icon.title = textOf(bytesOf(legacyName.get()));

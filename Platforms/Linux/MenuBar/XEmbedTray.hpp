@@ -29,6 +29,7 @@ public:
         IconId id = 0;
         std::string instance;   // first half of WM_CLASS; "icon" where there is none
         std::string title;      // UTF-8; empty where there is none
+        int pid = 0;            // of its process, as the window says; 0 where it does not
         bool wantsRoom = false; // it asks to be shown (XEMBED_MAPPED); one without _XEMBED_INFO does
         bool operator==(const Icon&) const = default;
     };
