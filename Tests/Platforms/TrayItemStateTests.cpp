@@ -83,11 +83,18 @@ public:
         qDBusRegisterMetaType<ToolTip>();
         QObject::connect(&server_, &QDBusServer::newConnection, this,
                          [this](const QDBusConnection& connection) {
-                             QDBusConnection(connection).registerVirtualObject("/", this);
+                             peer_ = connection;
+                             peer_->registerVirtualObject("/", this);
                          });
         client_ = QDBusConnection::connectToPeer(server_.address(), "wire");
     }
-    ~Wire() override { QDBusConnection::disconnectFromPeer("wire"); }
+    ~Wire() override {
+        if (peer_) { // what is still on its way must not find this object
+            peer_->unregisterObject("/");
+            QDBusConnection::disconnectFromPeer(peer_->name());
+        }
+        QDBusConnection::disconnectFromPeer("wire");
+    }
     Wire(const Wire&) = delete;
     Wire& operator=(const Wire&) = delete;
 
@@ -97,11 +104,14 @@ public:
         QDBusMessage message = QDBusMessage::createMethodCall({}, "/", "org.example.Wire", "Take");
         message << QVariant(properties);
         const QDeadlineTimer deadline(5000);
-        while (!arrived_ && !deadline.hasExpired()) {
-            // The other end may not have its object yet when the first call arrives.
-            client_.send(message);
-            QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
-        }
+        const auto waitFor = [&](const auto& what) {
+            while (!what && !deadline.hasExpired()) {
+                QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents, 50);
+            }
+        };
+        waitFor(peer_); // once the other end has its object, a call is sent once
+        client_.send(message);
+        waitFor(arrived_);
         return arrived_;
     }
 
@@ -118,6 +128,7 @@ private:
     QCoreApplication application_{argumentCount_, arguments_};
     QDBusServer server_;
     QDBusConnection client_{"wire"};
+    std::optional<QDBusConnection> peer_; // the other end
     std::optional<QVariantMap> arrived_;
 };
 
