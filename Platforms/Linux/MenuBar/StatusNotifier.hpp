@@ -1,7 +1,11 @@
 #pragma once
 
+#include <QDBusConnection>
 #include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
 #include <QString>
+
+#include <utility>
 
 /// The names of the StatusNotifier protocol as programs use them, and questions put to the bus with them.
 /// None of the questions starts a program.
@@ -28,5 +32,18 @@ QDBusMessage propertyQuestion(const QString& service, const QString& path, const
 /// Asks the bus itself: GetNameOwner, GetConnectionUnixProcessID …
 QDBusMessage busQuestion(const QString& method);
 QDBusMessage nameOwnerQuestion(const QString& name);
+
+/// Sends a question over the session bus and hands the answer, a QDBusPendingCall, to `answered`; never after
+/// `context` is gone. Waits for nobody.
+template <class Answered>
+void ask(QObject* context, const QDBusMessage& question, Answered answered, int limit = timeLimit) {
+    auto* reply =
+        new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question, limit), context);
+    QObject::connect(reply, &QDBusPendingCallWatcher::finished, context,
+                     [answered = std::move(answered)](QDBusPendingCallWatcher* finished) mutable {
+                         finished->deleteLater();
+                         answered(*finished);
+                     });
+}
 
 } // namespace Linux::StatusNotifier

@@ -7,7 +7,6 @@
 #include <QDBusConnectionInterface>
 #include <QDBusError>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
 #include <utility>
@@ -121,18 +120,14 @@ void StatusNotifierWatcher::registerItem(const QDBusMessage& request) {
     }
     // Another name than the caller's: the bus knows at once whether somebody has it.
     request.setDelayedReply(true);
-    auto* reply = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(nameOwnerQuestion(address->service), timeLimit), this);
-    connect(reply, &QDBusPendingCallWatcher::finished, this,
-            [this, request, address = *address](QDBusPendingCallWatcher* finished) {
-                finished->deleteLater();
-                const QDBusPendingReply<QString> owner = *finished;
-                if (owner.isValid()) {
-                    answerRegistration(request, address, owner.value());
-                } else {
-                    refuse(request, QDBusError::InvalidArgs, "Nobody has the bus name " + address.service);
-                }
-            });
+    ask(this, nameOwnerQuestion(address->service),
+        [this, request, address = *address](const QDBusPendingReply<QString>& owner) {
+            if (owner.isValid()) {
+                answerRegistration(request, address, owner.value());
+            } else {
+                refuse(request, QDBusError::InvalidArgs, "Nobody has the bus name " + address.service);
+            }
+        });
 }
 
 void StatusNotifierWatcher::answerRegistration(const QDBusMessage& request, const TrayItemAddress& address,

@@ -7,7 +7,6 @@
 #include <QDBusConnection>
 #include <QDBusConnectionInterface>
 #include <QDBusMessage>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 #include <QDBusReply>
 #include <QDBusServiceWatcher>
@@ -91,11 +90,7 @@ void TrayHost::nameOwnerChanged(const QString&, const QString& before, const QSt
 void TrayHost::askWhoWaits() {
     QDBusMessage question = busQuestion("ListQueuedOwners");
     question << watcherService;
-    auto* reply =
-        new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question, timeLimit), this);
-    connect(reply, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* finished) {
-        finished->deleteLater();
-        const QDBusPendingReply<QStringList> owners = *finished;
+    ask(this, question, [this](const QDBusPendingReply<QStringList>& owners) {
         if (isWatcher() && owners.isValid() && owners.value().size() > 1) {
             resignAsWatcher();
         }
@@ -156,29 +151,19 @@ void TrayHost::leaveForeignWatcher() {
 }
 
 void TrayHost::readForeignList() {
-    auto* reply = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(
-            propertyQuestion(watcherService, watcherPath, watcherService, "RegisteredStatusNotifierItems"),
-            timeLimit),
-        this);
-    connect(reply, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* finished) {
-        finished->deleteLater();
-        const QDBusPendingReply<QDBusVariant> list = *finished;
-        if (list.isValid() && role_ == Role::secondHost) {
-            for (const QString& entry : list.value().variant().toStringList()) {
-                listed(entry);
+    ask(this, propertyQuestion(watcherService, watcherPath, watcherService, "RegisteredStatusNotifierItems"),
+        [this](const QDBusPendingReply<QDBusVariant>& list) {
+            if (list.isValid() && role_ == Role::secondHost) {
+                for (const QString& entry : list.value().variant().toStringList()) {
+                    listed(entry);
+                }
             }
-        }
-    });
+        });
 }
 
 void TrayHost::lookForForgotten() {
     // Programs that register only once in their life did so with the watcher before us.
-    auto* reply = new QDBusPendingCallWatcher(
-        QDBusConnection::sessionBus().asyncCall(busQuestion("ListNames"), timeLimit), this);
-    connect(reply, &QDBusPendingCallWatcher::finished, this, [this](QDBusPendingCallWatcher* finished) {
-        finished->deleteLater();
-        const QDBusPendingReply<QStringList> names = *finished;
+    ask(this, busQuestion("ListNames"), [this](const QDBusPendingReply<QStringList>& names) {
         if (!names.isValid() || !isWatcher()) {
             return;
         }

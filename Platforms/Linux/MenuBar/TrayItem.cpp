@@ -4,7 +4,6 @@
 #include "ZorbelKit/Host/MainLoop.hpp"
 
 #include <QDBusConnection>
-#include <QDBusPendingCallWatcher>
 #include <QDBusPendingReply>
 
 #include <utility>
@@ -12,22 +11,6 @@
 namespace Linux {
 
 using namespace StatusNotifier;
-
-namespace {
-
-/// Sends a question and hands the answer over; never after `context` is gone.
-template <class Answered>
-void ask(QObject* context, const QDBusMessage& question, int limit, Answered answered) {
-    auto* reply =
-        new QDBusPendingCallWatcher(QDBusConnection::sessionBus().asyncCall(question, limit), context);
-    QObject::connect(reply, &QDBusPendingCallWatcher::finished, context,
-                     [answered = std::move(answered)](QDBusPendingCallWatcher* finished) {
-                         finished->deleteLater();
-                         answered(*finished);
-                     });
-}
-
-} // namespace
 
 TrayItem::TrayItem(ZorbelKit::MainLoop& loop, TrayItemAddress address, QString owner, bool isGuess,
                    Events events)
@@ -62,20 +45,19 @@ void TrayItem::nameLost() {
 }
 
 void TrayItem::askOwner() {
-    ask(this, nameOwnerQuestion(address_.service), timeLimit,
-        [this](const QDBusPendingReply<QString>& reply) {
-            if (reply.isValid()) {
-                owner_ = reply.value();
-            } else if (reply.error().name() == "org.freedesktop.DBus.Error.NameHasNoOwner") {
-                nameLost();
-            }
-        });
+    ask(this, nameOwnerQuestion(address_.service), [this](const QDBusPendingReply<QString>& reply) {
+        if (reply.isValid()) {
+            owner_ = reply.value();
+        } else if (reply.error().name() == "org.freedesktop.DBus.Error.NameHasNoOwner") {
+            nameLost();
+        }
+    });
 }
 
 void TrayItem::askProcess() {
     QDBusMessage question = busQuestion("GetConnectionUnixProcessID");
     question << address_.service;
-    ask(this, question, timeLimit, [this](const QDBusPendingReply<uint>& reply) {
+    ask(this, question, [this](const QDBusPendingReply<uint>& reply) {
         if (reply.isValid()) {
             identify(static_cast<int>(reply.value()));
         } else {
@@ -108,22 +90,25 @@ void TrayItem::read() {
     isStale_ = false;
     QDBusMessage question = call(address_.service, address_.path, propertiesInterface, "GetAll");
     question << itemInterface;
-    ask(this, question, readingLimit, [this](const QDBusPendingReply<QVariantMap>& reply) {
-        isReading_ = false;
-        if (reply.isValid()) {
-            take(reply.value());
-            return;
-        }
-        if (isGuess_ && !isKnown_) {
-            nameLost();
-            return;
-        }
-        if (!std::exchange(hasRetried_, true)) {
-            retry_ = loop_.after(retryDelay, [this] { readings_.request(); });
-        } else if (isStale_) {
-            refresh();
-        }
-    });
+    ask(
+        this, question,
+        [this](const QDBusPendingReply<QVariantMap>& reply) {
+            isReading_ = false;
+            if (reply.isValid()) {
+                take(reply.value());
+                return;
+            }
+            if (isGuess_ && !isKnown_) {
+                nameLost();
+                return;
+            }
+            if (!std::exchange(hasRetried_, true)) {
+                retry_ = loop_.after(retryDelay, [this] { readings_.request(); });
+            } else if (isStale_) {
+                refresh();
+            }
+        },
+        readingLimit);
 }
 
 void TrayItem::take(const QVariantMap& properties) {
@@ -165,14 +150,17 @@ void TrayItem::scroll(int delta, Qt::Orientation orientation) {
 void TrayItem::send(const char* method, const QVariantList& arguments, std::function<void()> refused) {
     QDBusMessage message = call(address_.service, address_.path, itemInterface, method);
     message.setArguments(arguments);
-    ask(this, message, clickLimit, [refused = std::move(refused)](const QDBusPendingReply<>& reply) {
-        const auto error = reply.error().type();
-        const bool isSlow =
-            error == QDBusError::NoReply || error == QDBusError::Timeout || error == QDBusError::TimedOut;
-        if (reply.isError() && !isSlow && refused) {
-            refused();
-        }
-    });
+    ask(
+        this, message,
+        [refused = std::move(refused)](const QDBusPendingReply<>& reply) {
+            const auto error = reply.error().type();
+            const bool isSlow =
+                error == QDBusError::NoReply || error == QDBusError::Timeout || error == QDBusError::TimedOut;
+            if (reply.isError() && !isSlow && refused) {
+                refused();
+            }
+        },
+        clickLimit);
 }
 
 } // namespace Linux
