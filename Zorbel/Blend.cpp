@@ -17,7 +17,8 @@ namespace Zorbel::Blend {
 std::unique_ptr<ZorbelKit::Stall> build(const Host& host) {
     auto stall = std::make_unique<ZorbelKit::Stall>(host.defaults, host.loop);
     stall->add(std::make_unique<Sivrel::SivrelSpice>(host.loop, host.clock, host.defaults, host.statusBar));
-    stall->add(std::make_unique<Mordan::MordanSpice>());
+    stall->add(std::make_unique<Mordan::MordanSpice>(host.loop, host.clock, host.pasteboard, host.workspace,
+                                                     host.language));
     stall->add(std::make_unique<Pintho::PinthoSpice>());
     stall->add(std::make_unique<Rusket::RusketSpice>(host.loop, host.statistics));
     stall->add(std::make_unique<Wendrel::WendrelSpice>());

@@ -31,6 +31,9 @@ struct Host {
     ZorbelKit::StatusBar& statusBar;
     ZorbelKit::Screens& screens;
     Rusket::HostStatistics& statistics;
+    ZorbelKit::Pasteboard& pasteboard;
+    const ZorbelKit::Workspace& workspace;
+    const ZorbelKit::Language& language;
     Application& application;
     ShellWindows& windows;
     UpdaterController* updater; // null where the platform has none

@@ -1,9 +1,13 @@
+#include "Platforms/Linux/Clipboard/X11Pasteboard.hpp"
+#include "Platforms/Linux/CoreDumps.hpp"
 #include "Platforms/Linux/Heap.hpp"
+#include "Platforms/Linux/IcuLanguage.hpp"
 #include "Platforms/Linux/JsonDefaults.hpp"
 #include "Platforms/Linux/MenuBar/LinuxStatusBar.hpp"
 #include "Platforms/Linux/ProcHostStatistics.hpp"
 #include "Platforms/Linux/SingleInstance.hpp"
 #include "Platforms/Linux/TerminationSignals.hpp"
+#include "Platforms/Linux/X11Workspace.hpp"
 #include "Platforms/Linux/XConnection.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
 #include "Platforms/Qt/QtScreens.hpp"
@@ -14,6 +18,7 @@
 
 #include <QApplication>
 #include <QEvent>
+#include <QLocale>
 #include <xcb/xcb.h>
 
 #include <csignal>
@@ -98,6 +103,9 @@ public:
         QtPlatform::QtShellWindows windows(ZorbelKit::desktopBlends);
         Linux::JsonDefaults defaults(settingsFile(), loop);
         Linux::ProcHostStatistics statistics;
+        Linux::X11Pasteboard pasteboard;
+        const Linux::X11Workspace workspace;
+        const Linux::IcuLanguage language(QLocale().name().toStdString());
         Linux::LinuxStatusBar statusBar(loop, defaults);
         const Linux::TerminationSignals endings([&desktop] { desktop.terminate(); }, comeForward);
 
@@ -107,6 +115,9 @@ public:
                               .statusBar = statusBar,
                               .screens = screens,
                               .statistics = statistics,
+                              .pasteboard = pasteboard,
+                              .workspace = workspace,
+                              .language = language,
                               .application = desktop,
                               .windows = windows,
                               .updater = nullptr,
@@ -127,6 +138,7 @@ public:
 
 int main(int argumentCount, char** arguments) {
     Linux::keepHeapSmall();
+    Linux::refuseCoreDumps();
     std::signal(SIGXFSZ, SIG_IGN); // a file that may not grow is an error to report, not a reason to die
     if (!Zorbel::canOpenDisplay()) {
         const char* display = std::getenv("DISPLAY");

@@ -2,9 +2,12 @@
 
 #include "Platforms/Simulated/SimulatedDefaults.hpp"
 #include "Platforms/Simulated/SimulatedHostStatistics.hpp"
+#include "Platforms/Simulated/SimulatedLanguage.hpp"
 #include "Platforms/Simulated/SimulatedMainLoop.hpp"
+#include "Platforms/Simulated/SimulatedPasteboard.hpp"
 #include "Platforms/Simulated/SimulatedScreens.hpp"
 #include "Platforms/Simulated/SimulatedStatusBar.hpp"
+#include "Platforms/Simulated/SimulatedWorkspace.hpp"
 
 namespace Simulated {
 
@@ -16,10 +19,14 @@ struct SimulatedHost {
     SimulatedStatusBar statusBar;
     SimulatedScreens screens;
     SimulatedHostStatistics statistics;
+    SimulatedPasteboard pasteboard;
+    SimulatedWorkspace workspace;
+    SimulatedLanguage language;
 
     /// Everything a spice could have left behind.
     int liveThings() const {
-        return loop.liveTimers() + statusBar.liveItems() + ZorbelKit::Observable::liveObserversForTesting();
+        return loop.liveTimers() + statusBar.liveItems() + pasteboard.watchers() +
+               ZorbelKit::Observable::liveObserversForTesting();
     }
 };
 

@@ -1,0 +1,24 @@
+#pragma once
+
+#include <optional>
+#include <span>
+#include <string>
+#include <string_view>
+
+namespace Linux {
+
+/// Whether one of the targets says that the content is secret, or not meant to be kept. Their presence
+/// decides: senders disagree about what to write in them.
+bool isMarkedSecret(std::span<const std::string> targets);
+
+/// The target to ask for URLs; none where none is offered.
+std::optional<std::string_view> urlTarget(std::span<const std::string> targets);
+
+/// The target to ask for plain text; none where none is offered.
+std::optional<std::string_view> textTarget(std::span<const std::string> targets);
+
+/// A text as it came over the wire, as valid UTF-8: Latin-1 where the target says so, repaired where it is
+/// broken, without the NULs some programs put at its end.
+std::string decodedText(std::string_view target, std::string bytes);
+
+} // namespace Linux

@@ -1,0 +1,190 @@
+#include "Platforms/Linux/DesktopEntries.hpp"
+
+#include "ZorbelKit/Utf8.hpp"
+
+#include <algorithm>
+#include <array>
+#include <cstdlib>
+#include <fstream>
+#include <system_error>
+#include <utility>
+
+namespace Linux {
+
+namespace fs = std::filesystem;
+
+namespace {
+
+constexpr std::uintmax_t longestFile = 1 << 20; // bytes; none that launches a program comes near
+
+std::string lowered(std::string_view text) {
+    std::string lower(text);
+    std::ranges::transform(lower, lower.begin(), [](char character) {
+        return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
+    });
+    return lower;
+}
+
+/// The locale's own spellings of a key's suffix, the best first: language_COUNTRY@MODIFIER,
+/// language_COUNTRY, language@MODIFIER, language.
+std::vector<std::string> suffixes(const std::string& locale) {
+    const auto at = locale.find('@');
+    const std::string modifier = at == std::string::npos ? "" : locale.substr(at);
+    const std::string place = locale.substr(0, std::min(locale.find('.'), at));
+    const std::string language = place.substr(0, place.find('_'));
+    std::vector<std::string> found;
+    for (const std::string& candidate : {place + modifier, place, language + modifier, language}) {
+        if (!candidate.empty() && std::ranges::find(found, candidate) == found.end()) {
+            found.push_back(candidate);
+        }
+    }
+    return found;
+}
+
+/// The escapes of a desktop file's strings.
+std::string unescaped(std::string_view value) {
+    std::string text;
+    for (std::size_t index = 0; index < value.size(); ++index) {
+        if (value[index] != '\\' || index + 1 == value.size()) {
+            text += value[index];
+            continue;
+        }
+        switch (value[++index]) {
+        case 's':
+            text += ' ';
+            break;
+        case 'n':
+            text += '\n';
+            break;
+        case 't':
+            text += '\t';
+            break;
+        case 'r':
+            text += '\r';
+            break;
+        default:
+            text += value[index];
+        }
+    }
+    return text;
+}
+
+std::string_view stripped(std::string_view text) {
+    const auto begin = text.find_first_not_of(" \t\r");
+    const auto end = text.find_last_not_of(" \t\r");
+    return begin == std::string_view::npos ? std::string_view() : text.substr(begin, end + 1 - begin);
+}
+
+std::optional<fs::file_time_type> timeOf(const fs::path& folder) {
+    std::error_code failure;
+    const auto time = fs::last_write_time(folder, failure);
+    return failure ? std::nullopt : std::optional(time);
+}
+
+} // namespace
+
+DesktopEntries::DesktopEntries(std::vector<fs::path> folders, std::string locale)
+    : folders_(std::move(folders))
+    , locale_(std::move(locale)) {
+}
+
+std::optional<std::string> DesktopEntries::nameOfClass(std::string_view windowClass) {
+    readAgainIfChanged();
+    const std::string key = lowered(windowClass);
+    for (const auto* names : {&byClass_, &byId_}) {
+        if (const auto found = names->find(key); found != names->end()) {
+            return found->second;
+        }
+    }
+    return std::nullopt;
+}
+
+std::vector<fs::path> DesktopEntries::standardFolders() {
+    const auto value = [](const char* name, const std::string& otherwise) {
+        const char* found = std::getenv(name);
+        return found && *found ? std::string(found) : otherwise;
+    };
+    const std::string home = value("HOME", "");
+    std::string all = value("XDG_DATA_HOME", home.empty() ? "" : home + "/.local/share");
+    all += ":" + value("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+    std::vector<fs::path> folders;
+    for (std::string_view rest = all; !rest.empty();) {
+        const std::string_view folder = rest.substr(0, rest.find(':'));
+        if (folder.starts_with('/')) {
+            folders.push_back(fs::path(folder) / "applications");
+        }
+        rest.remove_prefix(std::min(folder.size() + 1, rest.size()));
+    }
+    return folders;
+}
+
+void DesktopEntries::readAgainIfChanged() {
+    std::vector<std::optional<fs::file_time_type>> changed;
+    std::ranges::transform(folders_, std::back_inserter(changed), timeOf);
+    if (changed == changed_) {
+        return;
+    }
+    changed_ = std::move(changed);
+    byId_.clear();
+    byClass_.clear();
+    for (const fs::path& folder : folders_) {
+        readFolder(folder);
+    }
+}
+
+void DesktopEntries::readFolder(const fs::path& folder) {
+    std::error_code failure;
+    for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
+         entry.increment(failure)) {
+        std::error_code unreadable;
+        if (entry->path().extension() == ".desktop" && entry->is_regular_file(unreadable) &&
+            entry->file_size(unreadable) <= longestFile) {
+            readFile(entry->path());
+        }
+    }
+}
+
+void DesktopEntries::readFile(const fs::path& file) {
+    const std::vector<std::string> wanted = suffixes(locale_);
+    std::size_t rank = wanted.size() + 1; // of the name so far; the lower, the better
+    std::string name;
+    std::string windowClass;
+    bool isInEntry = false;
+    std::ifstream stream(file);
+    for (std::string line; std::getline(stream, line);) {
+        const std::string_view text = stripped(line);
+        if (text.starts_with('[')) {
+            isInEntry = text == "[Desktop Entry]";
+        }
+        const auto equals = text.find('=');
+        if (!isInEntry || equals == std::string_view::npos || text.starts_with('#')) {
+            continue;
+        }
+        const std::string_view key = stripped(text.substr(0, equals));
+        const std::string_view value = stripped(text.substr(equals + 1));
+        if (key == "StartupWMClass") {
+            windowClass = unescaped(value);
+        } else if (key == "Name" && rank > wanted.size()) {
+            rank = wanted.size();
+            name = unescaped(value);
+        } else if (key.starts_with("Name[") && key.ends_with(']')) {
+            const auto place = static_cast<std::size_t>(
+                std::ranges::find(wanted, key.substr(5, key.size() - 6)) - wanted.begin());
+            if (place < wanted.size() && place < rank) {
+                rank = place;
+                name = unescaped(value);
+            }
+        }
+    }
+    name = ZorbelKit::utf8::repaired(std::move(name));
+    if (name.empty()) {
+        return;
+    }
+    // The first of a name wins: the user's own folder comes before the system's.
+    byId_.emplace(lowered(file.stem().string()), name);
+    if (!windowClass.empty()) {
+        byClass_.emplace(lowered(windowClass), name);
+    }
+}
+
+} // namespace Linux

@@ -1,0 +1,129 @@
+#include "Platforms/Linux/DesktopEntries.hpp"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <string>
+
+using Linux::DesktopEntries;
+
+namespace fs = std::filesystem;
+
+namespace {
+
+class DesktopEntriesTest : public testing::Test {
+protected:
+    DesktopEntriesTest() {
+        std::string pattern = (fs::temp_directory_path() / "entries-XXXXXX").string();
+        root_ = mkdtemp(pattern.data());
+        fs::create_directory(own());
+        fs::create_directory(everybodys());
+    }
+    ~DesktopEntriesTest() override { fs::remove_all(root_); }
+
+    fs::path own() const { return root_ / "own"; }
+    fs::path everybodys() const { return root_ / "everybodys"; }
+
+    static void write(const fs::path& file, const std::string& text) { std::ofstream(file) << text; }
+
+    std::optional<std::string> name(const std::string& windowClass,
+                                    const std::string& locale = "en_GB") const {
+        return DesktopEntries({own(), everybodys()}, locale).nameOfClass(windowClass);
+    }
+
+private:
+    fs::path root_;
+};
+
+} // namespace
+
+TEST_F(DesktopEntriesTest, FindsAProgramByItsFileOrByTheClassItAnnounces) {
+    write(own() / "xterm.desktop", "[Desktop Entry]\nName=Terminal\n");
+    write(own() / "org.example.Editor.desktop",
+          "[Desktop Entry]\nName = Text Editor \nStartupWMClass=Gedit\n");
+    EXPECT_EQ(name("xterm"), "Terminal");
+    EXPECT_EQ(name("XTerm"), "Terminal");
+    EXPECT_EQ(name("gedit"), "Text Editor");
+    EXPECT_EQ(name("org.example.editor"), "Text Editor");
+    EXPECT_EQ(name("firefox"), std::nullopt);
+    EXPECT_EQ(name(""), std::nullopt);
+}
+
+TEST_F(DesktopEntriesTest, AnAnnouncedClassIsStrongerThanAFileName) {
+    write(own() / "code.desktop", "[Desktop Entry]\nName=Something else\n");
+    write(own() / "zzz.desktop", "[Desktop Entry]\nName=Code\nStartupWMClass=code\n");
+    EXPECT_EQ(name("Code"), "Code");
+}
+
+TEST_F(DesktopEntriesTest, TheUsersOwnFolderComesFirst) {
+    write(own() / "xterm.desktop", "[Desktop Entry]\nName=Mine\n");
+    write(everybodys() / "xterm.desktop", "[Desktop Entry]\nName=Everybody's\n");
+    EXPECT_EQ(name("xterm"), "Mine");
+}
+
+TEST_F(DesktopEntriesTest, SpeaksTheUsersLanguage) {
+    write(own() / "tea.desktop",
+          "[Desktop Entry]\nName[de]=Tee\nName=Tea\nName[de_AT]=Jause\nName[sr@latin]=Caj\n"
+          "Name[sr]=\xD0\xA7\xD0\xB0\xD1\x98\n");
+    const struct {
+        const char* locale;
+        const char* name;
+    } rows[] = {{"en_GB", "Tea"},
+                {"de_DE", "Tee"},
+                {"de_AT", "Jause"},
+                {"de_AT.UTF-8", "Jause"},
+                {"sr_RS@latin", "Caj"},
+                {"sr_RS", "\xD0\xA7\xD0\xB0\xD1\x98"},
+                {"C", "Tea"},
+                {"", "Tea"},
+                {"d", "Tea"}};
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.locale);
+        EXPECT_EQ(name("tea", row.locale), row.name);
+    }
+}
+
+TEST_F(DesktopEntriesTest, ReadsTheEntryAloneAndItsEscapes) {
+    write(own() / "tea.desktop", "# Name=A comment\nName=Before\n[Desktop "
+                                 "Entry]\r\nName=Tea\\sat\\\\five\r\n[Desktop Action New]\nName=New "
+                                 "window\nStartupWMClass=other\n");
+    EXPECT_EQ(name("tea"), "Tea at\\five");
+    EXPECT_EQ(name("other"), std::nullopt);
+}
+
+TEST_F(DesktopEntriesTest, WhatIsNoDesktopFileIsLeftOut) {
+    write(own() / "empty.desktop", "");
+    write(own() / "nameless.desktop", "[Desktop Entry]\nExec=x\n");
+    write(own() / "notes.txt", "[Desktop Entry]\nName=Notes\n");
+    write(own() / "binary.desktop", std::string("\0\xFF\xFE[=\n=\n[Desktop Entry\nName=x", 26));
+    write(own() / "broken.desktop", "[Desktop Entry]\nName=caf\xE9\n");
+    fs::create_directory(own() / "folder.desktop");
+    fs::create_symlink(own() / "nowhere", own() / "dangling.desktop");
+    EXPECT_EQ(name("empty"), std::nullopt);
+    EXPECT_EQ(name("nameless"), std::nullopt);
+    EXPECT_EQ(name("notes"), std::nullopt);
+    EXPECT_EQ(name("binary"), std::nullopt);
+    EXPECT_EQ(name("folder"), std::nullopt);
+    EXPECT_EQ(name("dangling"), std::nullopt);
+    EXPECT_EQ(name("broken"), "caf\xEF\xBF\xBD");
+}
+
+TEST_F(DesktopEntriesTest, MissingFoldersAreNoTrouble) {
+    DesktopEntries entries({own() / "nowhere", everybodys()}, "en");
+    EXPECT_EQ(entries.nameOfClass("xterm"), std::nullopt);
+    write(everybodys() / "xterm.desktop", "[Desktop Entry]\nName=Terminal\n");
+    EXPECT_EQ(entries.nameOfClass("xterm"), "Terminal");
+}
+
+TEST_F(DesktopEntriesTest, SeesWhatIsInstalledLater) {
+    DesktopEntries entries({own(), everybodys()}, "en");
+    EXPECT_EQ(entries.nameOfClass("xterm"), std::nullopt);
+    write(own() / "xterm.desktop", "[Desktop Entry]\nName=Terminal\n");
+    fs::last_write_time(own(), fs::file_time_type::clock::now() + std::chrono::seconds(5));
+    EXPECT_EQ(entries.nameOfClass("xterm"), "Terminal");
+    fs::remove(own() / "xterm.desktop");
+    fs::last_write_time(own(), fs::file_time_type::clock::now() + std::chrono::seconds(9));
+    EXPECT_EQ(entries.nameOfClass("xterm"), std::nullopt);
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include <cstddef>
+#include <string>
+#include <string_view>
+
+namespace ZorbelKit {
+
+/// How the user's language reads a text. All texts are UTF-8. Any thread.
+class Language {
+public:
+    virtual ~Language() = default;
+
+    /// `text` in a form in which upper and lower case are the same, and so are different spellings of one
+    /// accented letter: a text contains another, case aside, when its form contains the other's.
+    virtual std::string folded(std::string_view text) const = 0;
+
+    /// The first so many characters, as a reader counts them: an accented letter or a family of emoji is one.
+    virtual std::string_view prefix(std::string_view text, std::size_t characters) const = 0;
+};
+
+} // namespace ZorbelKit
