@@ -1,43 +1,170 @@
 #include "Platforms/Linux/Clipboard/X11Pasteboard.hpp"
 
+#include "Platforms/Linux/Clipboard/SelectionConnection.hpp"
+#include "Platforms/Linux/Clipboard/SelectionExchange.hpp"
+#include "Platforms/Linux/Clipboard/SelectionWorker.hpp"
+#include "ZorbelKit/Lifetime.hpp"
+
+#include <signal.h>
+
+#include <cstdlib>
+#include <system_error>
+#include <thread>
+#include <utility>
+
 namespace Linux {
 
-class X11Pasteboard::Link {};
+namespace {
+
+/// Threads that are started meanwhile get no signals: those are the main thread's, and a broken pipe ends
+/// nothing.
+class WithoutSignals {
+public:
+    WithoutSignals() {
+        sigset_t all;
+        ::sigfillset(&all);
+        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
+    }
+    WithoutSignals(const WithoutSignals&) = delete;
+    WithoutSignals& operator=(const WithoutSignals&) = delete;
+    ~WithoutSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
+
+private:
+    sigset_t before_{};
+};
+
+} // namespace
+
+class X11Pasteboard::Link {
+public:
+    Link(const char* display, const Limits& limits)
+        : display_(display ? std::optional<std::string>(display) : std::nullopt)
+        , limits_{.reading = {.stalledOwner = limits.stalledOwner, .longestText = limits.longestText},
+                  .stalledReader = limits.stalledReader,
+                  .handover = limits.handover} {}
+    Link(const Link&) = delete;
+    Link& operator=(const Link&) = delete;
+    ~Link();
+
+    ZorbelKit::Token watch();
+    void write(const ZorbelKit::SharedText& text);
+
+    std::shared_ptr<const SelectionExchange::Snapshot> snapshot() const { return exchange_.snapshot(); }
+    bool isReachable();
+
+private:
+    void unwatch();
+    void serve();
+
+    const std::optional<std::string> display_;
+    const SelectionWorker::Limits limits_;
+    SelectionExchange exchange_;
+    std::thread thread_; // joined when the next one starts, if not at the end: it needs nobody to stop
+    int watchers_ = 0;
+    std::optional<bool> isReachable_;
+    ZorbelKit::Lifetime lifetime_;
+};
+
+X11Pasteboard::Link::~Link() {
+    exchange_.setEnding();
+    if (thread_.joinable()) {
+        thread_.join();
+    }
+}
+
+ZorbelKit::Token X11Pasteboard::Link::watch() {
+    if (++watchers_ == 1) {
+        exchange_.setWatched(true);
+    }
+    serve();
+    return ZorbelKit::Token(lifetime_.guard([this] { unwatch(); }));
+}
+
+void X11Pasteboard::Link::unwatch() {
+    if (--watchers_ == 0) {
+        exchange_.setWatched(false);
+    }
+}
+
+void X11Pasteboard::Link::write(const ZorbelKit::SharedText& text) {
+    exchange_.write(text);
+    serve();
+}
+
+/// The connection is made here, so that no change after the return is missed; only the X server is waited
+/// for.
+void X11Pasteboard::Link::serve() {
+    if (exchange_.isServed()) {
+        return;
+    }
+    if (thread_.joinable()) {
+        thread_.join(); // it is done but for saying so
+    }
+    auto connection = SelectionConnection::open(display_);
+    isReachable_ = connection != nullptr;
+    if (!connection) {
+        exchange_.giveUpServing();
+        return;
+    }
+    exchange_.setServed();
+    const WithoutSignals blocked;
+    try {
+        thread_ = std::thread([this, connection = std::move(connection)]() mutable {
+            SelectionWorker(std::move(connection), limits_, exchange_).run();
+        });
+    } catch (const std::system_error&) { // the system has no thread left
+        exchange_.giveUpServing();
+    }
+}
+
+bool X11Pasteboard::Link::isReachable() {
+    if (!isReachable_) {
+        isReachable_ = SelectionConnection::open(display_) != nullptr;
+    }
+    return *isReachable_;
+}
 
 X11Pasteboard::X11Pasteboard(const char* display)
     : X11Pasteboard(display, Limits{}) {
 }
 
-X11Pasteboard::X11Pasteboard(const char*, const Limits&) {
+X11Pasteboard::X11Pasteboard(const char* display, const Limits& limits)
+    : link_(std::make_unique<Link>(display, limits)) {
 }
 
 X11Pasteboard::~X11Pasteboard() = default;
 
 ZorbelKit::Token X11Pasteboard::watch() {
-    return {};
+    return link_->watch();
 }
 
 std::int64_t X11Pasteboard::changeCount() const {
-    return 0;
+    return link_->snapshot()->changeCount;
 }
 
 std::vector<ZorbelKit::PasteboardUrl> X11Pasteboard::urls() const {
-    return {};
+    return link_->snapshot()->content.urls;
 }
 
 std::optional<ZorbelKit::SharedText> X11Pasteboard::string() const {
-    return std::nullopt;
+    return link_->snapshot()->content.text;
 }
 
-bool X11Pasteboard::hasPicture(ZorbelKit::PictureType) const {
-    return false;
+bool X11Pasteboard::hasPicture(ZorbelKit::PictureType type) const {
+    const auto snapshot = link_->snapshot();
+    return type == ZorbelKit::PictureType::tiff ? snapshot->content.hasTiff : snapshot->content.hasPng;
 }
 
-void X11Pasteboard::setString(const ZorbelKit::SharedText&) {
+void X11Pasteboard::setString(const ZorbelKit::SharedText& text) {
+    link_->write(text);
 }
 
 std::string X11Pasteboard::watchingHint() const {
-    return {};
+    if (!link_->isReachable()) {
+        return "The clipboard of this desktop cannot be watched.";
+    }
+    const char* wayland = std::getenv("WAYLAND_DISPLAY");
+    return wayland && *wayland ? "On Wayland only what programs running under X11 copy can be seen." : "";
 }
 
 } // namespace Linux

@@ -1,0 +1,93 @@
+#include "Platforms/Linux/Clipboard/SelectionExchange.hpp"
+
+#include <sys/eventfd.h>
+#include <unistd.h>
+
+#include <utility>
+
+namespace Linux {
+
+SelectionExchange::SelectionExchange()
+    : wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
+}
+
+SelectionExchange::~SelectionExchange() {
+    ::close(wake_);
+}
+
+std::shared_ptr<const SelectionExchange::Snapshot> SelectionExchange::snapshot() const {
+    const std::lock_guard lock(mutex_);
+    return snapshot_;
+}
+
+void SelectionExchange::write(const ZorbelKit::SharedText& text) {
+    std::unique_lock lock(mutex_);
+    orders_.write = text;
+    set(lock, {.urls = {}, .text = text});
+    wake();
+}
+
+void SelectionExchange::setWatched(bool isWatched) {
+    const std::lock_guard lock(mutex_);
+    orders_.isWatched = isWatched;
+    wake();
+}
+
+void SelectionExchange::setEnding() {
+    const std::lock_guard lock(mutex_);
+    orders_.isEnding = true;
+    wake();
+}
+
+bool SelectionExchange::isServed() const {
+    const std::lock_guard lock(mutex_);
+    return isServed_;
+}
+
+void SelectionExchange::setServed() {
+    const std::lock_guard lock(mutex_);
+    isServed_ = true;
+}
+
+SelectionExchange::Orders SelectionExchange::takeOrders() {
+    const std::lock_guard lock(mutex_);
+    eventfd_t ignored = 0;
+    ::eventfd_read(wake_, &ignored);
+    Orders orders = orders_;
+    orders_.write.reset();
+    return orders;
+}
+
+void SelectionExchange::publish(CopiedContent content) {
+    std::unique_lock lock(mutex_);
+    if (!orders_.write) {
+        set(lock, std::move(content));
+    }
+}
+
+bool SelectionExchange::stopServing() {
+    const std::lock_guard lock(mutex_);
+    if (!orders_.isEnding && (orders_.isWatched || orders_.write)) {
+        return false;
+    }
+    isServed_ = false;
+    return true;
+}
+
+void SelectionExchange::giveUpServing() {
+    const std::lock_guard lock(mutex_);
+    isServed_ = false;
+    orders_.write.reset();
+}
+
+void SelectionExchange::set(std::unique_lock<std::mutex>& lock, CopiedContent content) {
+    auto next = std::make_shared<const Snapshot>(Snapshot{snapshot_->changeCount + 1, std::move(content)});
+    next.swap(snapshot_);
+    lock.unlock(); // before the old one goes: it may be large
+}
+
+void SelectionExchange::wake() const {
+    ::eventfd_write(wake_, 1);
+}
+
+} // namespace Linux

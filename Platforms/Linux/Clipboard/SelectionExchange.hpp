@@ -1,0 +1,69 @@
+#pragma once
+
+#include "Platforms/Linux/Clipboard/CopiedContent.hpp"
+
+#include <cstdint>
+#include <memory>
+#include <mutex>
+#include <optional>
+
+namespace Linux {
+
+/// What the main thread and the thread that talks with the X server hand to each other. Neither ever waits
+/// here for longer than a few words take to be written.
+class SelectionExchange {
+public:
+    /// Never changes once it is there; the count and the content belong together.
+    struct Snapshot {
+        std::int64_t changeCount = 0;
+        CopiedContent content;
+    };
+
+    struct Orders {
+        std::optional<ZorbelKit::SharedText> write; // to be offered to other programs
+        bool isWatched = false;
+        bool isEnding = false; // the program quits
+    };
+
+    SelectionExchange();
+    SelectionExchange(const SelectionExchange&) = delete;
+    SelectionExchange& operator=(const SelectionExchange&) = delete;
+    ~SelectionExchange();
+
+    // The main thread
+
+    std::shared_ptr<const Snapshot> snapshot() const;
+    void write(const ZorbelKit::SharedText& text); // counts at once
+    void setWatched(bool isWatched);
+    void setEnding();
+
+    /// Whether a thread takes orders. It stops by itself once there is nothing to do.
+    bool isServed() const;
+    void setServed();
+
+    // The other thread
+
+    int wakeDescriptor() const { return wake_; } // can be read from while there are new orders
+    Orders takeOrders();
+
+    /// Counts a change by another program, unless we have written since: that is newer then.
+    void publish(CopiedContent content);
+
+    /// Ends the service, where nobody watches and nothing was ordered meanwhile.
+    bool stopServing();
+
+    /// Ends it in any case. What is to be offered stays readable for ourselves.
+    void giveUpServing();
+
+private:
+    void set(std::unique_lock<std::mutex>& lock, CopiedContent content);
+    void wake() const;
+
+    mutable std::mutex mutex_; // guards what follows
+    std::shared_ptr<const Snapshot> snapshot_ = std::make_shared<const Snapshot>();
+    Orders orders_;
+    bool isServed_ = false;
+    const int wake_;
+};
+
+} // namespace Linux
