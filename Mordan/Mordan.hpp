@@ -54,6 +54,9 @@ public:
     /// What cannot be kept on this desktop, as a sentence; empty where everything can.
     std::string watchingHint() const { return pasteboard_.watchingHint(); }
 
+    /// How texts are compared.
+    const ZorbelKit::Language& language() const { return language_; }
+
     /// What the pasteboard holds, as a new entry; none where nothing on it can be read.
     static std::optional<Wound> classify(const ZorbelKit::Pasteboard& pasteboard,
                                          const ZorbelKit::Workspace& workspace, const ZorbelKit::Clock& clock,

@@ -1,9 +1,11 @@
 #include "Mordan/MordanTexts.hpp"
 
+#include "ZorbelKit/Host/Language.hpp"
 #include "ZorbelKit/Utf8.hpp"
 
 #include <array>
 #include <cstdint>
+#include <functional>
 
 namespace Mordan {
 
@@ -42,6 +44,28 @@ bool isControl(char32_t codePoint) {
     return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
 }
 
+constexpr std::size_t longestWord = 48; // code points; from there on a word may be broken
+constexpr std::string_view breakPlace = "\xE2\x80\x8B"; // a space without width
+
+/// Where breaking does no harm: a letter of other scripts may go together with the one before it.
+bool isPlainLetter(char32_t codePoint) {
+    return codePoint > 0x20 && codePoint < 0x7F;
+}
+
+/// The least number from 0 to `most` that `holds`, as all greater ones do; `most` where none below does.
+std::size_t leastThat(std::size_t most, const std::function<bool(std::size_t)>& holds) {
+    std::size_t least = 0;
+    while (least < most) {
+        const std::size_t middle = least + (most - least) / 2;
+        if (holds(middle)) {
+            most = middle;
+        } else {
+            least = middle + 1;
+        }
+    }
+    return least;
+}
+
 } // namespace
 
 std::string_view symbolName(Wound::Kind kind) {
@@ -70,6 +94,59 @@ std::string lineText(std::string_view preview) {
         preview.remove_prefix(next.length);
     }
     return line;
+}
+
+std::string spokenText(const Wound& wound) {
+    std::string text(kindText(wound.kind));
+    text += ' ' + lineText(wound.preview);
+    return wound.pinned ? text + ", pinned" : text;
+}
+
+std::string originText(const Wound& wound, std::string_view timeOfDay) {
+    const std::string source = wound.source ? lineText(*wound.source) : std::string();
+    return source.empty() ? std::string(timeOfDay) : source + ", " + std::string(timeOfDay);
+}
+
+std::string tipText(std::string_view preview) {
+    std::string text;
+    text.reserve(preview.size());
+    std::size_t wordLength = 0;
+    while (!preview.empty()) {
+        const auto next = utf8::first(preview);
+        const bool isKept = next.value == '\n' || next.value == '\t' || !isControl(next.value);
+        if (isKept) {
+            wordLength = utf8::isSpace(next.value) ? 0 : wordLength + 1;
+            if (wordLength > longestWord && isPlainLetter(next.value)) {
+                text += breakPlace;
+                wordLength = 1;
+            }
+            text.append(preview.substr(0, next.length));
+        }
+        preview.remove_prefix(next.length);
+    }
+    return text;
+}
+
+std::optional<TextSpan> foundIn(std::string_view line, std::string_view search, const Language& language) {
+    const std::string wanted = language.folded(lineText(search));
+    const auto holds = [&](std::string_view part) {
+        return language.folded(part).find(wanted) != std::string::npos;
+    };
+    if (wanted.empty() || !holds(line)) {
+        return std::nullopt;
+    }
+    // A part that holds what is wanted still does when it grows: its end and then its beginning are searched
+    // by halves, in whole characters.
+    const std::size_t end = leastThat(
+        line.size(), [&](std::size_t characters) { return holds(language.prefix(line, characters)); });
+    line = language.prefix(line, end);
+    const auto without = [&](std::size_t characters) {
+        return line.substr(language.prefix(line, characters).size());
+    };
+    const std::size_t past =
+        leastThat(line.size(), [&](std::size_t characters) { return !holds(without(characters)); });
+    const std::string_view found = without(past - 1);
+    return TextSpan{line.size() - found.size(), found.size()};
 }
 
 std::optional<Color> writtenColour(std::string_view preview) {

@@ -16,16 +16,13 @@
 #include "ZorbelKit/Surfaces/PainterCanvas.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
-#include <QDateTime>
 #include <QHBoxLayout>
 #include <QLabel>
-#include <QLocale>
 #include <QPainter>
 #include <QPainterPath>
 #include <QVBoxLayout>
 
 #include <algorithm>
-#include <chrono>
 #include <cstddef>
 #include <iterator>
 
@@ -53,14 +50,6 @@ QStringList delayTexts() {
         texts << qString(delayText(delay));
     }
     return texts;
-}
-
-QString timeOfDay(TimePoint moment) {
-    const auto since = std::chrono::floor<std::chrono::milliseconds>(moment.time_since_epoch()).count();
-    const QTime time = QDateTime::fromMSecsSinceEpoch(since).time();
-    // Where no language is set, even the short form has seconds.
-    return QLocale().language() == QLocale::C ? time.toString("HH:mm")
-                                              : QLocale().toString(time, QLocale::ShortFormat);
 }
 
 QLabel* makeParagraph(const QString& text, TextStyle style, const Color& colour, QWidget* parent) {

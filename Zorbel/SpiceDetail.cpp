@@ -15,6 +15,7 @@
 #include <QPainter>
 #include <QVBoxLayout>
 
+#include <algorithm>
 #include <memory>
 
 namespace Zorbel {
@@ -27,6 +28,17 @@ constexpr double headerIcon = 64;
 constexpr double dormantIcon = 64;
 constexpr int paddingX = 28;
 constexpr int paddingY = 24;
+constexpr int leastFilling = 220; // points; a page that fills the pane is at least this high
+
+/// A page that wants to grow is given the height that is left, and the pane scrolls only where that is too
+/// little for it. Every other page is as high as it likes.
+void fit(QWidget& page, QVBoxLayout& column) {
+    const bool fills = page.sizePolicy().expandingDirections().testFlag(Qt::Vertical);
+    if (fills) {
+        page.setMinimumHeight(std::max(leastFilling, page.minimumSizeHint().height()));
+    }
+    column.setStretchFactor(&page, fills ? 1 : 0);
+}
 
 /// The role on a capsule in the spice's accent.
 class RoleCapsule : public QLabel {
@@ -191,6 +203,7 @@ void SpiceDetail::refresh() {
         page_ = makePage(*spice, scroll_->widget());
         const bool hadFocus = old && old->isAncestorOf(focusWidget());
         const std::unique_ptr<QLayoutItem> replaced(column->replaceWidget(old, page_));
+        fit(*page_, *column);
         old->hide();
         old->deleteLater(); // its own button may have brought us here
         page_->show();
@@ -220,6 +233,7 @@ void SpiceDetail::show(Spice* spice) {
         column->addWidget(header_);
         column->addWidget(page_);
         column->addStretch();
+        fit(*page_, *column);
     }
     scroll_->setWidget(content);
 }

@@ -12,6 +12,7 @@ namespace ZorbelKit {
 namespace {
 
 constexpr const char* roleProperty = "accessibleRole";
+constexpr const char* disabledProperty = "accessibleDisabled";
 constexpr const char* selectedProperty = "accessibleSelected";
 constexpr const char* valueProperty = "accessibleValue";
 
@@ -34,6 +35,9 @@ public:
             state.selectable = true;
             state.selected = selected.toBool();
         }
+        if (isDisabled()) {
+            state.disabled = true;
+        }
         if (const auto* button = dynamic_cast<const QAbstractButton*>(widget())) {
             state.checkable = button->isCheckable();
             state.checked = button->isChecked();
@@ -45,7 +49,7 @@ public:
     QStringList actionNames() const override {
         QStringList names;
         if (const auto* button = dynamic_cast<const QAbstractButton*>(widget());
-            button && button->isEnabled()) {
+            button && button->isEnabled() && !isDisabled()) {
             names << (button->isCheckable() ? toggleAction() : pressAction());
         }
         return names << QAccessibleWidget::actionNames();
@@ -53,12 +57,15 @@ public:
 
     void doAction(const QString& name) override {
         if (auto* button = dynamic_cast<QAbstractButton*>(widget());
-            button && (name == pressAction() || name == toggleAction())) {
+            button && !isDisabled() && (name == pressAction() || name == toggleAction())) {
             button->click();
             return;
         }
         QAccessibleWidget::doAction(name);
     }
+
+private:
+    bool isDisabled() const { return widget()->property(disabledProperty).toBool(); }
 };
 
 /// The application with its open popups, which the toolkit leaves out: a reader that walks from the top finds
@@ -127,6 +134,19 @@ void setAccessibleValue(QWidget& widget, const QString& value) {
     }
     widget.setProperty(valueProperty, value);
     widget.setAccessibleDescription(value); // tells readers of the change
+}
+
+void setAccessibleDisabled(QWidget& widget, bool disabled) {
+    if (widget.property(disabledProperty).toBool() == disabled) {
+        return;
+    }
+    widget.setProperty(disabledProperty, disabled);
+    if (QAccessible::isActive()) {
+        QAccessible::State changed;
+        changed.disabled = true;
+        QAccessibleStateChangeEvent event(&widget, changed);
+        QAccessible::updateAccessibility(&event);
+    }
 }
 
 void setAccessibleSelected(QWidget& widget, bool selected) {

@@ -23,6 +23,9 @@ void setAccessibleText(QWidget& widget, const QString& name);
 /// the Linux readers know no other place for a value that is no number.
 void setAccessibleValue(QWidget& widget, const QString& value);
 
+/// Says of a widget that stays enabled for the sake of the controls on it that it cannot be pressed itself.
+void setAccessibleDisabled(QWidget& widget, bool disabled);
+
 /// Marks a widget as the chosen one of its list.
 void setAccessibleSelected(QWidget& widget, bool selected);
 

@@ -8,7 +8,6 @@
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
 #include <QPainter>
-#include <QPixmapCache>
 
 #include <cmath>
 #include <utility>
@@ -19,26 +18,11 @@ namespace {
 
 constexpr double dimmedOpacity = 0.5;
 
-/// The image's shape in `colour`; drawn once for each size and resolution.
-QPixmap tintedImage(const std::string& id, double size, double scale, const Color& colour) {
-    const QString key = QStringLiteral("spice/%1/%2/%3").arg(QString::fromStdString(id)).arg(size).arg(scale);
-    QPixmap pixmap;
-    if (QPixmapCache::find(key, &pixmap)) {
-        return pixmap;
-    }
-    const int side = static_cast<int>(std::lround(size * scale));
-    QImage image = resourceImage(QStringLiteral("Spices/%1").arg(QString::fromStdString(id)), side);
-    if (image.isNull()) {
-        image = rendered(ChaiGlassRenderer::statusImage(0, 0, size), scale, qColor(colour));
-    } else {
-        QPainter painter(&image);
-        painter.setCompositionMode(QPainter::CompositionMode_SourceIn);
-        painter.fillRect(image.rect(), qColor(colour));
-    }
-    image.setDevicePixelRatio(scale);
-    pixmap = QPixmap::fromImage(std::move(image));
-    QPixmapCache::insert(key, pixmap);
-    return pixmap;
+QPixmap spiceImage(const std::string& id, double size, double scale) {
+    const Color colour = spiceColour(id);
+    return tintedImage(QStringLiteral("Spices/%1").arg(QString::fromStdString(id)), size, scale, colour, [&] {
+        return rendered(ChaiGlassRenderer::statusImage(0, 0, size), scale, qColor(colour));
+    });
 }
 
 } // namespace
@@ -64,7 +48,7 @@ QSize SpiceIcon::sizeHint() const {
 void SpiceIcon::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setOpacity(opacity_.value());
-    painter.drawPixmap(QPointF(0, 0), tintedImage(id_, size_, devicePixelRatioF(), spiceColour(id_)));
+    painter.drawPixmap(QPointF(0, 0), spiceImage(id_, size_, devicePixelRatioF()));
 }
 
 } // namespace ZorbelKit

@@ -2,7 +2,20 @@
 
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
+#include <QDateTime>
+#include <QLocale>
+
+#include <chrono>
+
 namespace ZorbelKit {
+
+QString timeOfDay(TimePoint moment) {
+    const auto since = std::chrono::floor<std::chrono::milliseconds>(moment.time_since_epoch()).count();
+    const QTime time = QDateTime::fromMSecsSinceEpoch(since).time();
+    // Where no language is set, even the short form has seconds.
+    return QLocale().language() == QLocale::C ? time.toString("HH:mm")
+                                              : QLocale().toString(time, QLocale::ShortFormat);
+}
 
 QFont styleFont(TextStyle style) {
     return interfaceFont(style == TextStyle::callout ? 12 : 10);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "ZorbelKit/Color.hpp"
+#include "ZorbelKit/Time.hpp"
 
 #include <QFont>
 #include <QLabel>
@@ -13,6 +14,9 @@ namespace ZorbelKit {
 inline QString qString(std::string_view text) {
     return QString::fromUtf8(text.data(), static_cast<qsizetype>(text.size()));
 }
+
+/// The time of day where the user lives, in the short form of the user's language: "14:02", "2:02 PM".
+QString timeOfDay(TimePoint moment);
 
 enum class TextStyle { callout, caption };
 
