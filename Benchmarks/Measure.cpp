@@ -1,5 +1,6 @@
 #include "Benchmarks/Measure.hpp"
 
+#include <signal.h>
 #include <sys/wait.h>
 #include <time.h>
 
@@ -35,6 +36,12 @@ std::string rounded(double value, int decimals) {
     char text[64];
     std::snprintf(text, sizeof text, "%.*f", decimals, value);
     return text;
+}
+
+bool hasEnded(pid_t process) {
+    siginfo_t end{};
+    const bool isChild = waitid(P_PID, static_cast<id_t>(process), &end, WEXITED | WNOHANG | WNOWAIT) == 0;
+    return isChild ? end.si_pid != 0 : kill(process, 0) != 0;
 }
 
 /// Characters of a UTF-8 text, which is what columns are counted in.
@@ -128,9 +135,7 @@ void progress(const std::string& text) {
 }
 
 ProcessCost costSoFar(pid_t process) {
-    siginfo_t end{};
-    if (waitid(P_PID, static_cast<id_t>(process), &end, WEXITED | WNOHANG | WNOWAIT) != 0 ||
-        end.si_pid != 0) {
+    if (hasEnded(process)) {
         fail("a program ended while it was measured");
     }
     ProcessCost cost;
@@ -155,6 +160,25 @@ ThreadCost spent(const ProcessCost& before, const ProcessCost& after) {
         sum.processorTime += cost.processorTime - start.processorTime;
     }
     return sum;
+}
+
+std::vector<pid_t> familyOf(pid_t process) {
+    std::multimap<pid_t, pid_t> children;
+    for (const auto& folder : std::filesystem::directory_iterator("/proc")) {
+        std::ifstream file(folder.path() / "status");
+        for (std::string line; std::getline(file, line);) {
+            if (line.starts_with("PPid:")) {
+                children.emplace(std::atoi(line.c_str() + 5), std::atoi(folder.path().filename().c_str()));
+            }
+        }
+    }
+    std::vector<pid_t> family{process};
+    for (std::size_t index = 0; index < family.size(); ++index) {
+        const auto [first, last] = children.equal_range(family[index]);
+        std::transform(first, last, std::back_inserter(family),
+                       [](const auto& entry) { return entry.second; });
+    }
+    return family;
 }
 
 Memory memoryOf(pid_t process) {

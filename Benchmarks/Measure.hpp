@@ -41,11 +41,14 @@ struct ThreadCost {
 /// What each thread of a process has cost since it began, by its number.
 using ProcessCost = std::map<pid_t, ThreadCost>;
 
-/// Of a child of ours; fails when it has ended.
+/// Fails when the process has ended.
 ProcessCost costSoFar(pid_t process);
 
 /// Between two readings; threads that began in between count in full, those that ended not at all.
 ThreadCost spent(const ProcessCost& before, const ProcessCost& after);
+
+/// A process, its children, their children and so on.
+std::vector<pid_t> familyOf(pid_t process);
 
 /// Megabytes of 1024 × 1024 bytes.
 struct Memory {

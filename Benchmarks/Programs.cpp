@@ -11,6 +11,8 @@
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <sstream>
+#include <utility>
 
 namespace Bench {
 
@@ -42,8 +44,16 @@ void moveInto(const std::string& home) {
 
 } // namespace
 
-Program::Program(const std::vector<std::string>& command) {
-    const std::string home = newHome();
+Program::Program(const std::vector<std::string>& command)
+    : Program(command, newHome()) {
+}
+
+Program::Program(const std::vector<std::string>& command, const Program& neighbour)
+    : Program(command, neighbour.home_) {
+}
+
+Program::Program(const std::vector<std::string>& command, std::string home)
+    : home_(std::move(home)) {
     std::vector<char*> arguments;
     for (const std::string& word : command) {
         arguments.push_back(const_cast<char*>(word.c_str()));
@@ -57,7 +67,7 @@ Program::Program(const std::vector<std::string>& command) {
     process_ = fork();
     if (process_ == 0) {
         dup2(ends[1], STDOUT_FILENO);
-        moveInto(home);
+        moveInto(home_);
         execvp(arguments.front(), arguments.data());
         _exit(127);
     }
@@ -77,7 +87,7 @@ Program::~Program() {
     close(output_);
 }
 
-bool Program::waitForLine(int milliseconds) {
+bool Program::hasLine(int milliseconds) {
     while (read_.find('\n') == std::string::npos) {
         pollfd readable{.fd = output_, .events = POLLIN, .revents = 0};
         const int ready = poll(&readable, 1, milliseconds);
@@ -95,17 +105,13 @@ bool Program::waitForLine(int milliseconds) {
 }
 
 std::string Program::line() {
-    if (!waitForLine(patience)) {
+    if (!hasLine(patience)) {
         fail("a program ended or said nothing for ten seconds");
     }
     const std::size_t end = read_.find('\n');
     std::string first = read_.substr(0, end);
     read_.erase(0, end + 1);
     return first;
-}
-
-bool Program::hasLine() {
-    return waitForLine(0);
 }
 
 Tray::Tray()
@@ -138,6 +144,17 @@ std::vector<std::string> zorbel() {
 
 std::vector<std::string> bareTray() {
     return {BARE_TRAY};
+}
+
+void require(const std::string& program) {
+    const char* path = std::getenv("PATH");
+    std::istringstream folders(path ? path : "");
+    for (std::string folder; std::getline(folders, folder, ':');) {
+        if (access((folder + "/" + program).c_str(), X_OK) == 0) {
+            return;
+        }
+    }
+    fail("there is no " + program + " to measure beside");
 }
 
 } // namespace Bench

@@ -12,6 +12,8 @@ namespace Bench {
 class Program {
 public:
     explicit Program(const std::vector<std::string>& command);
+    /// In the same home folder as a program that runs: what it is told with.
+    Program(const std::vector<std::string>& command, const Program& neighbour);
     Program(const Program&) = delete;
     Program& operator=(const Program&) = delete;
     ~Program();
@@ -21,12 +23,14 @@ public:
 
     /// The next line that the program prints; fails when none comes for ten seconds.
     std::string line();
-    /// Whether a line can be had at once.
-    bool hasLine();
+    /// Whether a line can be had at once, or comes within so many milliseconds. False at once when the
+    /// program has ended.
+    bool hasLine(int milliseconds = 0);
 
 private:
-    bool waitForLine(int patience); // milliseconds
+    Program(const std::vector<std::string>& command, std::string home);
 
+    const std::string home_;
     pid_t process_ = 0;
     int output_ = -1;
     std::string read_; // what was printed and not yet taken
@@ -49,5 +53,8 @@ private:
 
 std::vector<std::string> zorbel();
 std::vector<std::string> bareTray();
+
+/// Fails unless the user has a program of this name.
+void require(const std::string& program);
 
 } // namespace Bench

@@ -42,7 +42,7 @@ constexpr int leastRows = 3; // the card has room for these at least
 constexpr const char* nothingHeld = "Nothing held yet.";
 constexpr const char* nothingFound = "Nothing here matches that.";
 
-enum State { listed, empty, unmatched };
+enum State { listed, empty, unmatched }; // as places in the stack
 
 /// The listed entries are others now: tells the list where those went that it shows.
 void replace(std::vector<Wound>& shown, std::vector<Wound> next, RowList& list) {
@@ -368,8 +368,11 @@ MordanPanel::MordanPanel(MordanSpice& spice, QWidget* parent)
     top->addWidget(count_);
     hint_->setWordWrap(true);
 
-    states_->setContentsMargins(cardPadding, cardPadding, cardPadding, cardPadding);
-    states_->addWidget(list_); // in the order of the states
+    auto* listPage = new QWidget;
+    auto* inset = new QVBoxLayout(listPage);
+    inset->setContentsMargins(cardPadding, cardPadding, cardPadding, cardPadding);
+    inset->addWidget(list_);
+    states_->addWidget(listPage); // in the order of the states
     states_->addWidget(makeMessage({nothingHeld, "Anything you copy will be held here."}));
     states_->addWidget(makeMessage({nothingFound}));
     auto* content = new QWidget;

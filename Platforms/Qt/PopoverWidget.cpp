@@ -2,6 +2,7 @@
 
 #include "Platforms/Qt/PopoverPlacement.hpp"
 #include "Platforms/Qt/ScreenSpace.hpp"
+#include "ZorbelKit/Controls/TabOrder.hpp"
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
@@ -92,6 +93,11 @@ void PopoverWidget::cutOut() {
     painter.fillPath(outline(), Qt::color1);
     painter.end();
     setMask(shape);
+}
+
+/// Content that is made again while the panel lives keeps its place.
+bool PopoverWidget::focusNextPrevChild(bool next) {
+    return ZorbelKit::moveFocus(*this, next);
 }
 
 QPainterPath PopoverWidget::outline() const {

@@ -136,14 +136,20 @@ struct Answer {
 
 using Offer = std::map<std::string, Answer>;
 
+Offer only(std::string target, Answer answer) {
+    Offer offer;
+    offer.emplace(std::move(target), std::move(answer));
+    return offer;
+}
+
 Offer text(std::string bytes) {
-    return {{"UTF8_STRING", {std::move(bytes)}}};
+    return only("UTF8_STRING", {std::move(bytes)});
 }
 
 /// Another program that copies. It serves on a thread of its own, like every program.
 class Owner : public Client {
 public:
-    enum class Manner { prompt, silent, wrongProperty };
+    enum class Manner { prompt, silent, silentAfterTargets, wrongProperty };
 
     explicit Owner(Offer offer, Manner manner = Manner::prompt, const char* selection = "CLIPBOARD")
         : selection_(atom(selection))
@@ -160,7 +166,7 @@ public:
         const int before = takes_;
         xcb_change_property(get(), XCB_PROP_MODE_APPEND, window(), moment_, XCB_ATOM_INTEGER, 32, 0, nullptr);
         flush();
-        EXPECT_TRUE(until([&] { return takes_ > before; }));
+        takes_.wait(before);
     }
 
     void copy(Offer offer) {
@@ -189,6 +195,24 @@ public:
         }
         flush();
     }
+
+    /// Lets transfers that stand still send so many pieces more.
+    void goOn(std::size_t pieces) {
+        const std::lock_guard lock(mutex_);
+        for (auto& [place, transfer] : transfers_) {
+            transfer.answer.most += pieces;
+            if (std::exchange(transfer.isAwaited, false)) {
+                sendPiece(place.first, place.second);
+                break; // it may be gone
+            }
+        }
+        flush();
+    }
+
+    void setBeforeAnswer(std::function<void(const std::string& target)> work) {
+        const std::lock_guard lock(mutex_);
+        beforeAnswer_ = std::move(work);
+    }
     void setManner(Manner manner) {
         const std::lock_guard lock(mutex_);
         manner_ = manner;
@@ -216,6 +240,7 @@ private:
         xcb_atom_t type = XCB_ATOM_NONE;
         std::size_t sent = 0;
         std::size_t pieces = 0;
+        bool isAwaited = false; // the reader has fetched the last one
     };
 
     void run() {
@@ -238,6 +263,7 @@ private:
                 xcb_set_selection_owner(get(), window(), selection_, change.time);
                 settle();
                 ++takes_;
+                takes_.notify_all();
             } else if (change.state == XCB_PROPERTY_DELETE) {
                 sendPiece(change.window, change.atom);
             }
@@ -246,7 +272,9 @@ private:
         case XCB_SELECTION_REQUEST: {
             const auto& request = as<xcb_selection_request_event_t>(event);
             requested_.push_back(name(request.target));
-            if (manner_ == Manner::silent) {
+            const bool isSilent = manner_ == Manner::silent || (manner_ == Manner::silentAfterTargets &&
+                                                                request.target != atom("TARGETS"));
+            if (isSilent) {
                 waiting_.push_back(request);
             } else {
                 answer(request);
@@ -261,6 +289,9 @@ private:
 
     void answer(const xcb_selection_request_event_t& request) {
         const std::string target = name(request.target);
+        if (beforeAnswer_) {
+            beforeAnswer_(target);
+        }
         xcb_selection_notify_event_t notify{};
         notify.response_type = XCB_SELECTION_NOTIFY;
         notify.time = request.time;
@@ -292,7 +323,7 @@ private:
             const std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
             xcb_change_window_attributes(get(), requestor, XCB_CW_EVENT_MASK, &mask);
             setCardinals(requestor, property, atom("INCR"), {1});
-            transfers_[{requestor, property}] = {answer, type};
+            transfers_[{requestor, property}] = {.answer = answer, .type = type};
         } else {
             xcb_change_property(get(), XCB_PROP_MODE_REPLACE, requestor, property, type, answer.format,
                                 static_cast<std::uint32_t>(answer.bytes.size() * 8 / answer.format),
@@ -302,10 +333,14 @@ private:
 
     void sendPiece(xcb_window_t requestor, xcb_atom_t property) {
         const auto found = transfers_.find({requestor, property});
-        if (found == transfers_.end() || found->second.pieces >= found->second.answer.most) {
+        if (found == transfers_.end()) {
             return;
         }
         Transfer& transfer = found->second;
+        if (transfer.pieces >= transfer.answer.most) {
+            transfer.isAwaited = true;
+            return;
+        }
         const std::size_t size =
             std::min(transfer.answer.piece, transfer.answer.bytes.size() - transfer.sent);
         xcb_change_property(get(), XCB_PROP_MODE_REPLACE, requestor, property, transfer.type, 8,
@@ -323,6 +358,7 @@ private:
     mutable std::mutex mutex_; // guards what follows, up to the atomic ones
     Offer offer_;
     Manner manner_;
+    std::function<void(const std::string&)> beforeAnswer_;
     std::vector<std::string> requested_;
     std::vector<xcb_selection_request_event_t> waiting_;
     std::map<std::pair<xcb_window_t, xcb_atom_t>, Transfer> transfers_;
@@ -446,9 +482,7 @@ private:
     ZorbelKit::Token watching_ = watch();
 };
 
-std::vector<std::string> list(std::initializer_list<std::string> words) {
-    return words;
-}
+using Words = std::vector<std::string>;
 
 std::string longText(std::size_t size) {
     std::string result;
@@ -509,4 +543,814 @@ TEST(Clipboard, PutsTextBackForXclip) {
     Program reader({"xclip", "-out", "-selection", "clipboard"});
     EXPECT_EQ(reader.waitForEnd(), 0);
     EXPECT_EQ(reader.output(), "Put back, wörld");
+}
+
+// Secrets
+
+TEST(Clipboard, M01_M02_WhatIsMarkedAsSecretReadsAsNothing) {
+    const Watched pasteboard;
+    Owner owner(text("harmless"));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    std::int64_t count = 1;
+    for (const char* mark :
+         {"x-kde-passwordManagerHint", "org.nspasteboard.ConcealedType", "org.nspasteboard.TransientType",
+          "org.nspasteboard.AutoGeneratedType", "com.agilebits.onepassword", "Pasteboard generator type",
+          "net.antelle.keeweb", "de.petermaurer.TransientPasteboardType", "com.typeit4me.clipping"}) {
+        SCOPED_TRACE(mark);
+        const std::size_t before = owner.requested().size();
+        owner.copy({{mark, {"1"}},
+                    {"UTF8_STRING", {"hunter2"}},
+                    {"text/uri-list", {"file:///secret\r\n"}},
+                    {"image/png", {"picture"}}});
+        ASSERT_TRUE(pasteboard.arrives(++count));
+        EXPECT_TRUE(pasteboard.isEmpty());
+        EXPECT_TRUE(pasteboard.stays(count));
+        const Words requested = owner.requested();
+        EXPECT_EQ(Words(requested.begin() + static_cast<std::ptrdiff_t>(before), requested.end()),
+                  Words{"TARGETS"});
+    }
+}
+
+// One target is chosen
+
+TEST(Clipboard, M04_OnlyTheTextOfATextWithAPictureIsRequested) {
+    const Watched pasteboard;
+    const Owner owner({{"UTF8_STRING", {"cells"}},
+                       {"STRING", {"cells"}},
+                       {"text/html", {"<b>cells</b>"}},
+                       {"image/png", {"picture"}},
+                       {"image/tiff", {"picture"}}});
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_EQ(pasteboard.text(), "cells");
+    EXPECT_TRUE(pasteboard.hasPicture(PictureType::png));
+    EXPECT_TRUE(pasteboard.hasPicture(PictureType::tiff));
+    EXPECT_EQ(owner.requested(), (Words{"TARGETS", "UTF8_STRING"}));
+}
+
+TEST(Clipboard, TheKindsOfPicturesAreToldApart) {
+    const Watched pasteboard;
+    Owner owner(only("image/png", {"picture"}));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_TRUE(pasteboard.hasPicture(PictureType::png));
+    EXPECT_FALSE(pasteboard.hasPicture(PictureType::tiff));
+    EXPECT_FALSE(pasteboard.string());
+    owner.copy({{"image/tiff", {"picture"}}, {"image/jpeg", {"picture"}}});
+    ASSERT_TRUE(pasteboard.arrives(2));
+    EXPECT_FALSE(pasteboard.hasPicture(PictureType::png));
+    EXPECT_TRUE(pasteboard.hasPicture(PictureType::tiff));
+    EXPECT_EQ(owner.requested(), (Words{"TARGETS", "TARGETS"}));
+}
+
+TEST(Clipboard, TheListOfTargetsMayBeCalledTargets) {
+    const Watched pasteboard;
+    const Client client;
+    const std::uint32_t targets[] = {client.atom("UTF8_STRING")};
+    const Owner owner({{"TARGETS",
+                        {.bytes = std::string(reinterpret_cast<const char*>(targets), sizeof(targets)),
+                         .type = "TARGETS",
+                         .format = 32}},
+                       {"UTF8_STRING", {"text"}}});
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_EQ(pasteboard.text(), "text");
+}
+
+TEST(Clipboard, OldProgramsWithoutAListAreAskedForText) {
+    struct Row {
+        const char* name;
+        Offer offer;
+        std::string expected;
+    };
+    const Row rows[] = {
+        {"Latin-1 only",
+         {{"TARGETS", {.bytes = "no list", .type = "STRING"}}, {"STRING", {"gr\xFC\xDF"}}},
+         "grüß"},
+        {"UTF-8", {{"TARGETS", {.bytes = "no list", .type = "STRING"}}, {"UTF8_STRING", {"grüß"}}}, "grüß"},
+        {"nothing", only("TARGETS", {.bytes = "no list", .type = "STRING"}), "(none)"},
+    };
+    const Watched pasteboard;
+    std::int64_t count = 0;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Owner owner(row.offer);
+        ASSERT_TRUE(pasteboard.arrives(++count));
+        EXPECT_EQ(pasteboard.text(), row.expected);
+        EXPECT_EQ(owner.requested().front(), "TARGETS");
+    }
+}
+
+TEST(Clipboard, ATargetThatIsRefusedAfterAllGivesWayToTheNext) {
+    const Watched pasteboard;
+    const Client client;
+    std::vector<std::uint32_t> targets{client.atom("text/uri-list"), client.atom("UTF8_STRING"),
+                                       client.atom("STRING")};
+    const Owner owner({{"TARGETS",
+                        {.bytes = std::string(reinterpret_cast<const char*>(targets.data()), 12),
+                         .type = "ATOM",
+                         .format = 32}},
+                       {"STRING", {"text"}}});
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_EQ(pasteboard.text(), "text");
+    EXPECT_EQ(owner.requested(), (Words{"TARGETS", "text/uri-list", "UTF8_STRING", "STRING"}));
+}
+
+// Owners that are slow, or worse
+
+TEST(Clipboard, M05_AnOwnerThatNeverAnswersChangesNothing) {
+    const Watched pasteboard;
+    const Owner first(text("first"));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    Owner silent(text("silent"), Owner::Manner::silent);
+    ASSERT_TRUE(until([&] { return silent.requested() == Words{"TARGETS"}; }));
+    EXPECT_TRUE(pasteboard.stays(1));
+    EXPECT_EQ(pasteboard.text(), "first");
+    const Owner next(text("next"));
+    ASSERT_TRUE(pasteboard.arrives(2));
+    EXPECT_EQ(pasteboard.text(), "next");
+}
+
+TEST(Clipboard, M05_ALateAnswerOfThePresentOwnerIsTaken) {
+    const Watched pasteboard;
+    Owner owner(text("late"), Owner::Manner::silent);
+    EXPECT_TRUE(pasteboard.stays(0));
+    owner.setManner(Owner::Manner::silentAfterTargets);
+    owner.answerAll();
+    ASSERT_TRUE(until([&] { return owner.requested() == Words{"TARGETS", "UTF8_STRING"}; }));
+    EXPECT_TRUE(pasteboard.stays(0));
+    owner.answerAll();
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_EQ(pasteboard.text(), "late");
+}
+
+TEST(Clipboard, M05_ALateAnswerOfAnEarlierOwnerIsFetchedAndForgotten) {
+    const Watched pasteboard;
+    Owner earlier(only("UTF8_STRING", {.bytes = longText(mebibyte), .piece = pieceSize}),
+                  Owner::Manner::silentAfterTargets);
+    ASSERT_TRUE(until([&] { return earlier.requested() == Words{"TARGETS", "UTF8_STRING"}; }));
+    const Owner present(text("present"));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    earlier.answerAll();
+    EXPECT_TRUE(until([&] { return earlier.finished() == 1; }));
+    EXPECT_EQ(earlier.errors(), 0);
+    EXPECT_TRUE(pasteboard.stays(1));
+    EXPECT_EQ(pasteboard.text(), "present");
+}
+
+TEST(Clipboard, M05_AnAnswerInTheWrongPropertyIsNone) {
+    const Watched pasteboard;
+    Owner owner(text("astray"), Owner::Manner::wrongProperty);
+    EXPECT_TRUE(pasteboard.stays(0));
+    owner.setManner(Owner::Manner::prompt);
+    owner.copy(text("right"));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_EQ(pasteboard.text(), "right");
+}
+
+TEST(Clipboard, M05_AnOwnerThatEndsBeforeItsDataChangesNothing) {
+    const Watched pasteboard;
+    Owner owner(text("never"), Owner::Manner::silentAfterTargets);
+    ASSERT_TRUE(until([&] { return owner.requested() == Words{"TARGETS", "UTF8_STRING"}; }));
+    owner.end();
+    EXPECT_TRUE(pasteboard.stays(0));
+    const Owner next(text("next"));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_EQ(pasteboard.text(), "next");
+}
+
+TEST(Clipboard, M06_AHugePictureIsKnownButNotFetched) {
+    const Watched pasteboard;
+    const std::string picture(64 * mebibyte, 'p');
+    const auto before = holdings(::getpid()).anonymous;
+    Xclip copier(picture, {"-target", "image/png"});
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_TRUE(pasteboard.hasPicture(PictureType::png));
+    EXPECT_TRUE(pasteboard.stays(1));
+    EXPECT_LT(holdings(::getpid()).anonymous, before + 8 * mebibyte);
+    EXPECT_TRUE(copier.program().isRunning());
+}
+
+TEST(Clipboard, M06_WhatIsTooLongIsDrained) {
+    const Watched pasteboard({.stalledOwner = Seconds{0.3}, .longestText = mebibyte});
+    Owner owner(only("UTF8_STRING", {.bytes = longText(4 * mebibyte), .piece = pieceSize}));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_TRUE(pasteboard.isEmpty());
+    EXPECT_TRUE(until([&] { return owner.finished() == 1; }));
+    EXPECT_EQ(owner.errors(), 0);
+    owner.copy(only("UTF8_STRING", {longText(2 * mebibyte)}));
+    ASSERT_TRUE(pasteboard.arrives(2));
+    EXPECT_TRUE(pasteboard.isEmpty());
+    owner.copy(text("short"));
+    ASSERT_TRUE(pasteboard.arrives(3));
+    EXPECT_EQ(pasteboard.text(), "short");
+}
+
+TEST(Clipboard, M07_AnOwnerThatStopsInTheMiddleIsGivenUp) {
+    const Watched pasteboard;
+    const std::string content = longText(mebibyte);
+    Owner owner(only("UTF8_STRING", {.bytes = content, .piece = pieceSize, .most = 3}));
+    EXPECT_TRUE(holds([&] { return pasteboard.changeCount() == 0; }, Seconds{0.5}));
+    owner.goOn(SIZE_MAX / 2); // too late: it is fetched, but no longer wanted
+    EXPECT_TRUE(until([&] { return owner.finished() == 1; }));
+    EXPECT_TRUE(pasteboard.stays(0));
+    owner.copy(only("UTF8_STRING", {.bytes = content, .piece = pieceSize}));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_TRUE(pasteboard.text() == content);
+}
+
+TEST(Clipboard, M07_AnOwnerThatIsSlowButGoesOnIsWaitedFor) {
+    const Watched pasteboard;
+    const std::string content = longText(6 * pieceSize);
+    Owner owner(only("UTF8_STRING", {.bytes = content, .piece = pieceSize, .most = 1}));
+    for (int piece = 0; piece < 5; ++piece) { // 0.6 s in all, where 0.3 s is the limit for each
+        ASSERT_TRUE(holds([&] { return pasteboard.changeCount() == 0; }, Seconds{0.12}));
+        owner.goOn(1);
+    }
+    owner.goOn(16);
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_TRUE(pasteboard.text() == content);
+}
+
+TEST(Clipboard, PiecesOfAnyShapeComeTogether) {
+    const Watched pasteboard;
+    std::int64_t count = 0;
+    const std::string content = longText(3000);
+    for (const std::size_t piece :
+         {std::size_t{1}, std::size_t{7}, std::size_t{2999}, content.size(), 2 * content.size()}) {
+        SCOPED_TRACE(piece);
+        const Owner owner(only("UTF8_STRING", {.bytes = content, .piece = piece}));
+        ASSERT_TRUE(pasteboard.arrives(++count));
+        EXPECT_EQ(pasteboard.text(), content);
+    }
+    const Owner empty(only("UTF8_STRING", {.bytes = "", .piece = 1}));
+    ASSERT_TRUE(pasteboard.arrives(++count));
+    EXPECT_EQ(pasteboard.text(), "");
+}
+
+// Whose the selection is
+
+TEST(Clipboard, M11_WhatOthersCopiedStaysTheirs) {
+    const Watched pasteboard;
+    const Owner owner({{"text/uri-list", {"file:///tmp\r\n"}},
+                       {"x-special/gnome-copied-files", {"cut\nfile:///tmp"}},
+                       {"UTF8_STRING", {"/tmp"}}});
+    ASSERT_TRUE(pasteboard.arrives(1));
+    const Reader reader;
+    EXPECT_EQ(reader.paste("x-special/gnome-copied-files").bytes, "cut\nfile:///tmp");
+    EXPECT_EQ(reader.ownerOf("CLIPBOARD"), owner.window());
+}
+
+TEST(Clipboard, M12_MarkedTextIsNotEvenLookedAt) {
+    const Watched pasteboard;
+    Owner owner(text("marked"), Owner::Manner::prompt, "PRIMARY");
+    for (int change = 0; change < 60; ++change) {
+        owner.take();
+    }
+    EXPECT_TRUE(pasteboard.stays(0));
+    EXPECT_TRUE(owner.requested().empty());
+}
+
+TEST(Clipboard, M13_TheSameOwnerAgainIsOneMoreChange) {
+    const Watched pasteboard;
+    Owner owner(text("same"));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    owner.take();
+    ASSERT_TRUE(pasteboard.arrives(2));
+    EXPECT_EQ(pasteboard.text(), "same");
+}
+
+TEST(Clipboard, M14_ContentsOfTwoOwnersAreNeverMixed) {
+    const Watched pasteboard;
+    const std::string first(8 * pieceSize, 'a');
+    const std::string second(8 * pieceSize, 'b');
+    Owner one(only("UTF8_STRING", {.bytes = first, .piece = pieceSize}));
+    Owner other(only("UTF8_STRING", {.bytes = second, .piece = pieceSize}));
+    for (int round = 0; round < 60; ++round) {
+        one.take();
+        other.take();
+        const std::string seen = pasteboard.text();
+        ASSERT_TRUE(seen == first || seen == second || seen == "(none)") << "in round " << round;
+    }
+    EXPECT_TRUE(until([&] { return pasteboard.text() == second; }));
+    const std::int64_t count = pasteboard.changeCount();
+    one.copy(text("last"));
+    ASSERT_TRUE(pasteboard.arrives(count + 1));
+    EXPECT_EQ(pasteboard.text(), "last");
+    EXPECT_EQ(one.errors() + other.errors(), 0);
+}
+
+TEST(Clipboard, M14_AFlappingOwnerHidesNoLaterCopy) {
+    const Watched pasteboard;
+    Owner flapping(text("flapping"), Owner::Manner::silent);
+    for (int change = 0; change < 1000; ++change) {
+        flapping.take();
+    }
+    EXPECT_LT(flapping.requested().size(), 100U);
+    const Owner owner(text("real"));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_EQ(pasteboard.text(), "real");
+    flapping.answerAll();
+    EXPECT_TRUE(pasteboard.stays(1));
+    EXPECT_EQ(pasteboard.text(), "real");
+}
+
+TEST(Clipboard, M15_OurOwnWriteCountsOnceAndAtOnce) {
+    Watched pasteboard;
+    const Reader reader;
+    pasteboard.setString("ours");
+    EXPECT_EQ(pasteboard.changeCount(), 1);
+    EXPECT_EQ(pasteboard.text(), "ours");
+    EXPECT_TRUE(until([&] { return reader.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    EXPECT_TRUE(pasteboard.stays(1));
+    const Owner owner(text("theirs"));
+    ASSERT_TRUE(pasteboard.arrives(2)); // the user's next copy is not passed over
+    EXPECT_EQ(pasteboard.text(), "theirs");
+}
+
+TEST(Clipboard, M15_OfSeveralWritesTheLastIsServed) {
+    Watched pasteboard;
+    for (const char* content : {"one", "two", "three"}) {
+        pasteboard.setString(content);
+    }
+    EXPECT_EQ(pasteboard.changeCount(), 3);
+    const Reader reader;
+    EXPECT_TRUE(until([&] { return reader.paste("UTF8_STRING").bytes == "three"; }));
+    EXPECT_TRUE(pasteboard.stays(3));
+}
+
+TEST(Clipboard, M15_AReadThatBeganBeforeOurWriteIsDropped) {
+    Watched pasteboard;
+    Owner owner(text("theirs"), Owner::Manner::silentAfterTargets);
+    ASSERT_TRUE(until([&] { return owner.requested() == Words{"TARGETS", "UTF8_STRING"}; }));
+    pasteboard.setString("ours");
+    owner.answerAll();
+    EXPECT_TRUE(pasteboard.stays(1));
+    EXPECT_EQ(pasteboard.text(), "ours");
+}
+
+TEST(Clipboard, M15_WhoeverWinsARaceIsSeen) {
+    Watched pasteboard;
+    Owner owner(text("theirs"));
+    const Client client;
+    for (int round = 0; round < 50; ++round) {
+        SCOPED_TRACE(round);
+        std::thread rival([&] { owner.take(); });
+        pasteboard.setString("ours");
+        rival.join();
+        ASSERT_TRUE(until([&] {
+            const bool isTheirs = client.ownerOf("CLIPBOARD") == owner.window();
+            return pasteboard.text() == (isTheirs ? "theirs" : "ours") &&
+                   Reader().paste("UTF8_STRING").bytes == pasteboard.text();
+        }));
+    }
+}
+
+TEST(Clipboard, M16_OnlyAPurposefulClearCounts) {
+    const Watched pasteboard;
+    {
+        Owner owner(text("first"));
+        ASSERT_TRUE(pasteboard.arrives(1));
+        owner.end();
+        EXPECT_TRUE(pasteboard.stays(1));
+        EXPECT_EQ(pasteboard.text(), "first");
+    }
+    {
+        Owner owner(text("second"));
+        ASSERT_TRUE(pasteboard.arrives(2));
+        owner.destroyWindow();
+        EXPECT_TRUE(pasteboard.stays(2));
+        EXPECT_EQ(pasteboard.text(), "second");
+    }
+    Owner owner(text("third"));
+    ASSERT_TRUE(pasteboard.arrives(3));
+    owner.clear();
+    ASSERT_TRUE(pasteboard.arrives(4));
+    EXPECT_TRUE(pasteboard.isEmpty());
+}
+
+// Pasting what we have put there
+
+TEST(Clipboard, M18_EveryKindOfReaderIsAnswered) {
+    Watched pasteboard;
+    pasteboard.setString("grüß €");
+    const Reader reader;
+    ASSERT_TRUE(until([&] { return reader.ownerOf("CLIPBOARD") != XCB_NONE; }));
+
+    struct Row {
+        const char* target;
+        std::string type;
+        std::string bytes;
+    };
+    const Row rows[] = {{"UTF8_STRING", "UTF8_STRING", "grüß €"},
+                        {"text/plain;charset=utf-8", "text/plain;charset=utf-8", "grüß €"},
+                        {"text/plain", "text/plain", "grüß €"},
+                        {"TEXT", "UTF8_STRING", "grüß €"},
+                        {"STRING", "STRING", "gr\xFC\xDF ?"},
+                        {"SAVE_TARGETS", "NULL", ""}};
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.target);
+        const Pasted pasted = reader.paste(row.target);
+        EXPECT_FALSE(pasted.isRefused);
+        EXPECT_EQ(pasted.type, row.type);
+        EXPECT_EQ(pasted.bytes, row.bytes);
+    }
+    for (const char* target : {"text/html", "image/png", "NEVER_HEARD_OF", "DELETE", "MULTIPLE"}) {
+        EXPECT_TRUE(reader.paste(target).isRefused) << target;
+    }
+
+    const Pasted targets = reader.paste("TARGETS");
+    EXPECT_EQ(targets.type, "ATOM");
+    Words names;
+    for (const xcb_atom_t target : targets.cardinals()) {
+        names.push_back(reader.name(target));
+    }
+    EXPECT_EQ(names, (Words{"TARGETS", "TIMESTAMP", "MULTIPLE", "SAVE_TARGETS", "UTF8_STRING",
+                            "text/plain;charset=utf-8", "text/plain", "STRING", "TEXT"}));
+}
+
+TEST(Clipboard, M18_RequestsFromBeforeOurTimeAreRefused) {
+    Watched pasteboard;
+    pasteboard.setString("ours");
+    const Reader reader;
+    ASSERT_TRUE(until([&] { return reader.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    const Pasted pasted = reader.paste("TIMESTAMP");
+    EXPECT_EQ(pasted.type, "INTEGER");
+    const std::vector<std::uint32_t> since = pasted.cardinals();
+    ASSERT_EQ(since.size(), 1U);
+    EXPECT_EQ(reader.paste("UTF8_STRING", since[0]).bytes, "ours");
+    EXPECT_TRUE(reader.paste("UTF8_STRING", since[0] - 1).isRefused);
+}
+
+TEST(Clipboard, M18_OldReadersNameNoProperty) {
+    Watched pasteboard;
+    pasteboard.setString("ours");
+    const Reader reader;
+    ASSERT_TRUE(until([&] { return reader.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    reader.ask("UTF8_STRING", XCB_ATOM_NONE);
+    ASSERT_EQ(reader.answer(), reader.atom("UTF8_STRING"));
+    EXPECT_EQ(reader.read(reader.atom("UTF8_STRING")).bytes, "ours");
+}
+
+TEST(Clipboard, M18_SeveralTargetsComeAtOnce) {
+    Watched pasteboard;
+    const std::string content = longText(mebibyte);
+    for (const std::string& written : {std::string("ours"), content}) {
+        pasteboard.setString(written);
+        const Reader reader;
+        ASSERT_TRUE(until([&] { return reader.ownerOf("CLIPBOARD") != XCB_NONE; }));
+        ASSERT_TRUE(until([&] { return reader.paste("UTF8_STRING").bytes == written; }));
+        const xcb_atom_t all = reader.atom("ALL");
+        const xcb_atom_t text = reader.atom("FIRST");
+        const xcb_atom_t nothing = reader.atom("SECOND");
+        const xcb_atom_t latin = reader.atom("THIRD");
+        const std::vector<std::uint32_t> pairs{
+            reader.atom("UTF8_STRING"), text, reader.atom("image/png"), nothing, XCB_ATOM_STRING, latin};
+        reader.setCardinals(reader.window(), all, reader.atom("ATOM_PAIR"), pairs);
+        reader.ask("MULTIPLE", all);
+        ASSERT_EQ(reader.answer(), all);
+        const Pasted answered = reader.read(all);
+        EXPECT_EQ(answered.type, "ATOM_PAIR");
+        std::vector<std::uint32_t> expected = pairs;
+        expected[3] = XCB_ATOM_NONE;
+        EXPECT_EQ(answered.cardinals(), expected);
+        EXPECT_TRUE(reader.take(text).bytes == written);
+        EXPECT_TRUE(reader.take(latin).bytes == written);
+    }
+}
+
+TEST(Clipboard, M19_ALongTextIsServedInPieces) {
+    Watched pasteboard;
+    const std::string content = longText(50 * mebibyte) + "grüß €";
+    pasteboard.setString(content);
+    const Reader reader;
+    ASSERT_TRUE(until([&] { return reader.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    const Pasted pasted = reader.paste("UTF8_STRING");
+    EXPECT_TRUE(pasted.isInPieces);
+    EXPECT_EQ(pasted.type, "UTF8_STRING");
+    EXPECT_TRUE(pasted.bytes == content);
+}
+
+TEST(Clipboard, M19_AStalledReaderIsDroppedAndBlocksNoOther) {
+    Watched pasteboard;
+    const std::string content = longText(2 * mebibyte);
+    pasteboard.setString(content);
+    const Reader stalled;
+    ASSERT_TRUE(until([&] { return stalled.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    const xcb_atom_t property = stalled.atom("STALLED");
+    stalled.ask("UTF8_STRING", property);
+    ASSERT_EQ(stalled.answer(), property);
+    EXPECT_EQ(stalled.read(property).type, "INCR");
+    ASSERT_TRUE(stalled.awaitPiece(property));
+
+    EXPECT_TRUE(Reader().paste("UTF8_STRING").bytes == content);
+    EXPECT_TRUE(Reader().paste("STRING").bytes == content);
+
+    EXPECT_TRUE(holds([] { return true; }, Seconds{0.5})); // 0.3 s is the limit
+    EXPECT_EQ(stalled.read(property).bytes.size(), pieceSize);
+    while (const Event event = stalled.next(moment)) {
+        const auto& change = as<xcb_property_notify_event_t>(*event);
+        EXPECT_FALSE(event->response_type == XCB_PROPERTY_NOTIFY && change.state == XCB_PROPERTY_NEW_VALUE);
+    }
+    EXPECT_TRUE(Reader().paste("UTF8_STRING").bytes == content);
+}
+
+TEST(Clipboard, M20_AReaderThatEndsIsForgotten) {
+    Watched pasteboard;
+    const std::string content = longText(mebibyte);
+    pasteboard.setString(content);
+    const Client client;
+    ASSERT_TRUE(until([&] { return client.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    std::vector<std::unique_ptr<Client>> placeholders; // or the server gives the next one the same numbers
+    for (int round = 0; round < 50; ++round) {
+        Reader reader;
+        const xcb_atom_t property = reader.atom("PASTED");
+        reader.ask("UTF8_STRING", property);
+        if (round % 3 > 0) {
+            ASSERT_EQ(reader.answer(), property);
+        }
+        if (round % 3 > 1) {
+            EXPECT_EQ(reader.read(property).type, "INCR");
+        }
+        reader.disconnect();
+        placeholders.push_back(std::make_unique<Client>());
+    }
+    EXPECT_TRUE(Reader().paste("UTF8_STRING").bytes == content);
+    EXPECT_TRUE(pasteboard.stays(1));
+}
+
+// The end
+
+TEST(Clipboard, M21_AClipboardManagerTakesOurTextOver) {
+    Owner manager(only("SAVE_TARGETS", {.bytes = "", .type = "NULL", .format = 32}), Owner::Manner::prompt,
+                  "CLIPBOARD_MANAGER");
+    std::string saved;
+    manager.setBeforeAnswer([&](const std::string& target) {
+        if (target == "SAVE_TARGETS") {
+            saved = Reader().paste("UTF8_STRING").bytes;
+        }
+    });
+    const std::string content = longText(mebibyte);
+    for (const std::string& written : {std::string("ours"), content}) {
+        {
+            X11Pasteboard pasteboard;
+            pasteboard.setString(written);
+        }
+        manager.setManner(Owner::Manner::prompt); // and so its thread is done with the answer
+        EXPECT_TRUE(saved == written);
+    }
+    EXPECT_EQ(manager.requested(), (Words{"SAVE_TARGETS", "SAVE_TARGETS"}));
+}
+
+TEST(Clipboard, M21_AManagerThatIsSilentIsWaitedForNoLongerThanAllowed) {
+    const Owner manager({}, Owner::Manner::silent, "CLIPBOARD_MANAGER");
+    auto pasteboard =
+        std::make_unique<X11Pasteboard>(nullptr, X11Pasteboard::Limits{.handover = Seconds{0.2}});
+    pasteboard->setString("ours");
+    const auto begin = Clock::now();
+    pasteboard.reset();
+    EXPECT_GE(Clock::now() - begin, 200ms);
+    EXPECT_LT(Clock::now() - begin, 2s);
+    EXPECT_EQ(manager.requested(), Words{"SAVE_TARGETS"});
+}
+
+TEST(Clipboard, M21_WithoutAManagerTheEndIsImmediate) {
+    auto pasteboard =
+        std::make_unique<X11Pasteboard>(nullptr, X11Pasteboard::Limits{.handover = Seconds{10}});
+    const auto watching = pasteboard->watch();
+    const Client client;
+    pasteboard->setString("ours");
+    ASSERT_TRUE(until([&] { return client.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    const auto begin = Clock::now();
+    pasteboard.reset();
+    EXPECT_LT(Clock::now() - begin, 1s);
+    EXPECT_TRUE(until([&] { return client.ownerOf("CLIPBOARD") == XCB_NONE; }));
+}
+
+// Content
+
+TEST(Clipboard, M22_TextsAreValidAndOtherwiseUnchanged) {
+    struct Row {
+        const char* name;
+        Offer offer;
+        std::string expected;
+    };
+    const Row rows[] = {
+        {"NUL at the end", text(std::string("end\0", 4)), "end"},
+        {"broken UTF-8", text("a\xFFz"), "a\uFFFDz"},
+        {"line ends", text("one\r\ntwo\n\tthree \n"), "one\r\ntwo\n\tthree \n"},
+        {"Latin-1 only", only("STRING", {"gr\xFC\xDF"}), "grüß"},
+        {"MIME type in capitals", {{"text/plain;charset=UTF-8", {"grüß"}}, {"STRING", {"gr??"}}}, "grüß"},
+        {"another writing of it", {{"Text/Plain;Charset=Utf-8", {"grüß"}}, {"STRING", {"gr??"}}}, "grüß"},
+        {"plain without a word on its encoding", only("text/plain", {"gr\xFC\xDF"}), "grüß"},
+        {"plain in UTF-8", only("text/plain", {"grüß"}), "grüß"},
+        {"HTML only", only("text/html", {"\xFF\xFE<\0b\0"}), "(none)"},
+        {"numbers for text", only("UTF8_STRING", {.bytes = "12345678", .type = "INTEGER", .format = 32}),
+         "(none)"},
+    };
+    const Watched pasteboard;
+    std::int64_t count = 0;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Owner owner(row.offer);
+        ASSERT_TRUE(pasteboard.arrives(++count));
+        EXPECT_EQ(pasteboard.text(), row.expected);
+    }
+}
+
+TEST(Clipboard, M23_FilesOfFileManagers) {
+    struct Row {
+        const char* name;
+        Offer offer;
+        std::vector<PasteboardUrl> expected;
+    };
+    const Row rows[] = {
+        {"Nautilus, a cut",
+         {{"x-special/gnome-copied-files", {"cut\nfile:///home/a%20b/%C3%A9\nfile:///tmp/"}},
+          {"UTF8_STRING", {"x"}}},
+         {{"file:///home/a%20b/%C3%A9", "/home/a b/é"}, {"file:///tmp/", "/tmp"}}},
+        {"Dolphin, several",
+         {{"text/uri-list", {"file:///one\r\nfile:///t%25wo\r\n"}}, {"UTF8_STRING", {"x"}}},
+         {{"file:///one", "/one"}, {"file:///t%25wo", "/t%wo"}}},
+        {"another machine",
+         only("text/uri-list", {"file://host/share/x\r\n"}),
+         {{"file://host/share/x", "/share/x"}}},
+        {"a link",
+         {{"text/uri-list", {"# a comment\r\nhttps://example.org/?q=1\r\n"}}, {"UTF8_STRING", {"x"}}},
+         {{"https://example.org/?q=1", std::nullopt}}},
+    };
+    const Watched pasteboard;
+    std::int64_t count = 0;
+    for (const Row& row : rows) {
+        SCOPED_TRACE(row.name);
+        const Owner owner(row.offer);
+        ASSERT_TRUE(pasteboard.arrives(++count));
+        EXPECT_EQ(pasteboard.urls(), row.expected);
+        EXPECT_EQ(owner.requested().size(), 2U); // the text is left where it is
+    }
+}
+
+TEST(Clipboard, M23_AListWithoutAUrlGivesWayToTheText) {
+    const Watched pasteboard;
+    const Owner owner({{"text/uri-list", {"# nothing\r\n"}}, {"UTF8_STRING", {"text"}}});
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_TRUE(pasteboard.urls().empty());
+    EXPECT_EQ(pasteboard.text(), "text");
+}
+
+TEST(Clipboard, M24_ALinkAsPlainTextIsText) {
+    const Watched pasteboard;
+    const Owner owner(
+        {{"text/x-moz-url-priv", {"x"}}, {"text/html", {"<a>"}}, {"UTF8_STRING", {"https://example.org"}}});
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_TRUE(pasteboard.urls().empty());
+    EXPECT_EQ(pasteboard.text(), "https://example.org");
+}
+
+TEST(Clipboard, M25_AChangeIsReadOnce) {
+    const Watched pasteboard;
+    const Owner owner(text("once"));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    for (int read = 0; read < 20; ++read) {
+        EXPECT_EQ(pasteboard.text(), "once");
+    }
+    EXPECT_TRUE(pasteboard.stays(1));
+    EXPECT_EQ(owner.requested(), (Words{"TARGETS", "UTF8_STRING"}));
+}
+
+TEST(Clipboard, M25_AnOfferForOnePasteIsUsedUp) {
+    const Watched pasteboard;
+    Xclip copier("once", {"-loops", "1"});
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_EQ(pasteboard.text(), "once");
+    EXPECT_EQ(copier.program().waitForEnd(), 0);
+    EXPECT_TRUE(pasteboard.stays(1));
+}
+
+TEST(Clipboard, M26_EmptyCopies) {
+    const Watched pasteboard;
+    Owner owner(only("TARGETS", {.bytes = "", .type = "ATOM", .format = 32}));
+    ASSERT_TRUE(pasteboard.arrives(1));
+    EXPECT_TRUE(pasteboard.isEmpty());
+    EXPECT_EQ(owner.requested(), Words{"TARGETS"});
+    owner.copy({});
+    ASSERT_TRUE(pasteboard.arrives(2));
+    EXPECT_TRUE(pasteboard.isEmpty());
+    owner.copy(text(""));
+    ASSERT_TRUE(pasteboard.arrives(3));
+    EXPECT_EQ(pasteboard.text(), "");
+    owner.copy(text(" \n\t"));
+    ASSERT_TRUE(pasteboard.arrives(4));
+    EXPECT_EQ(pasteboard.text(), " \n\t");
+}
+
+// What it costs
+
+TEST(Clipboard, ThreadAndConnectionExistOnlyWhileTheyAreNeeded) {
+    const auto threads = [] { return holdings(::getpid()).threads; };
+    const int before = threads();
+    const int descriptors = holdings(::getpid()).descriptors;
+    X11Pasteboard pasteboard;
+    EXPECT_EQ(threads(), before);
+    auto first = pasteboard.watch();
+    auto second = pasteboard.watch();
+    EXPECT_EQ(threads(), before + 1);
+    first.reset();
+    EXPECT_TRUE(holds([&] { return threads() == before + 1; }, moment));
+    second.reset();
+    EXPECT_TRUE(until([&] { return threads() == before; }));
+
+    pasteboard.setString("ours"); // watched or not, it is there to be pasted
+    EXPECT_EQ(pasteboard.changeCount(), 1);
+    EXPECT_TRUE(until([] { return Reader().paste("UTF8_STRING").bytes == "ours"; }));
+    EXPECT_EQ(threads(), before + 1);
+    {
+        const Owner owner(text("theirs"));
+        EXPECT_TRUE(until([&] { return threads() == before + 1; })); // the owner's own
+        EXPECT_EQ(pasteboard.changeCount(), 1);
+        EXPECT_TRUE(owner.requested().empty());
+    }
+    EXPECT_TRUE(until([&] { return threads() == before; }));
+    EXPECT_EQ(holdings(::getpid()).descriptors, descriptors + 1); // what wakes the thread
+}
+
+TEST(Clipboard, ATokenMayOutliveThePasteboard) {
+    ZorbelKit::Token watching;
+    {
+        X11Pasteboard pasteboard;
+        watching = pasteboard.watch();
+    }
+    watching.reset();
+}
+
+TEST(Clipboard, WatchingCanBeginAnew) {
+    X11Pasteboard pasteboard;
+    Owner owner(text("before"));
+    for (int round = 1; round <= 20; ++round) {
+        const auto watching = pasteboard.watch();
+        owner.copy(text("seen"));
+        ASSERT_TRUE(until([&] { return pasteboard.changeCount() == round; }));
+    }
+    owner.copy(text("unseen"));
+    const auto watching = pasteboard.watch();
+    EXPECT_TRUE(holds([&] { return pasteboard.changeCount() == 20; }, moment));
+}
+
+TEST(Clipboard, ManyCopiesLeaveNothingBehind) {
+    const Watched pasteboard;
+    Owner owner(text("first"));
+    std::int64_t count = 1;
+    const auto copyMany = [&](int copies) {
+        for (int copy = 0; copy < copies; ++copy) {
+            owner.take();
+            ++count;
+            while (pasteboard.changeCount() < count) {
+                std::this_thread::yield();
+            }
+        }
+    };
+    copyMany(200);
+    const Holdings before = holdings(::getpid());
+    copyMany(2000);
+    const Holdings after = holdings(::getpid());
+    EXPECT_LT(after.anonymous, before.anonymous + mebibyte / 2);
+    EXPECT_EQ(after.descriptors, before.descriptors);
+}
+
+// Where there is no X server
+
+TEST(Clipboard, WithoutAnXServerOurOwnWritesStillCount) {
+    X11Pasteboard pasteboard(":4711");
+    const auto watching = pasteboard.watch();
+    pasteboard.setString("ours");
+    EXPECT_EQ(pasteboard.changeCount(), 1);
+    EXPECT_EQ(pasteboard.string(), ZorbelKit::SharedText("ours"));
+    EXPECT_EQ(pasteboard.watchingHint(), "The clipboard of this desktop cannot be watched.");
+}
+
+TEST(Clipboard, M27_TheHintSaysWhatWaylandHides) {
+    EXPECT_EQ(X11Pasteboard().watchingHint(), "");
+    ::setenv("WAYLAND_DISPLAY", "wayland-0", 1);
+    EXPECT_EQ(X11Pasteboard().watchingHint(),
+              "On Wayland only what programs running under X11 copy can be seen.");
+    EXPECT_EQ(X11Pasteboard(":4711").watchingHint(), "The clipboard of this desktop cannot be watched.");
+    ::unsetenv("WAYLAND_DISPLAY");
+}
+
+TEST(Clipboard, TheEndOfTheXServerEndsNothingElse) {
+    const Folder folder;
+    const auto numberFile = folder.path() / "number";
+    Program server({"sh", "-c", "exec Xvfb -displayfd 3 -screen 0 64x64x24 -nolisten tcp 3>\"$0\"",
+                    numberFile.string()});
+    std::string number;
+    ASSERT_TRUE(until([&] { return static_cast<bool>(std::getline(std::ifstream(numberFile), number)); }));
+    const std::string display = ":" + number;
+    const int threads = holdings(::getpid()).threads;
+    X11Pasteboard pasteboard(display.c_str());
+    const auto watching = pasteboard.watch();
+    pasteboard.setString("ours");
+    EXPECT_EQ(holdings(::getpid()).threads, threads + 1);
+    server.send(SIGKILL);
+    ASSERT_TRUE(server.waitForEnd());
+    EXPECT_TRUE(until([&] { return holdings(::getpid()).threads == threads; }));
+    pasteboard.setString("still ours");
+    EXPECT_EQ(pasteboard.changeCount(), 2);
+    EXPECT_EQ(pasteboard.string(), ZorbelKit::SharedText("still ours"));
 }

@@ -60,6 +60,37 @@ TEST(Popover, EscapeClosesItAndTellsOnce) {
     EXPECT_EQ(closes, 1);
 }
 
+TEST(Popover, TheTabKeyGoesThroughItAsItReadsAndRound) {
+    QWidget* upper = nullptr;
+    PopoverWidget popover({328, 420}, AnyView([&](QWidget* parent) -> QWidget* {
+                              auto* view = new QWidget(parent);
+                              upper = new QWidget(view);
+                              new BrassButton("Open Zorbel", view);
+                              auto* disabled = new BrassButton("Not now", view);
+                              disabled->setEnabled(false);
+                              new BrassButton("Quit", view);
+                              return view;
+                          }),
+                          [] { return false; });
+    popover.showAt(atTop(700));
+    auto* late = new QWidget; // made last, and made elsewhere
+    new BrassButton("First", late);
+    late->setParent(upper);
+    late->show();
+    settle();
+    const auto names = [&](Qt::Key key, int count) {
+        QStringList visited;
+        for (int index = 0; index < count; ++index) {
+            QTest::keyClick(popover.focusWidget(), key);
+            visited << popover.focusWidget()->accessibleName();
+        }
+        return visited.join(", ").toStdString();
+    };
+    popover.setFocus();
+    EXPECT_EQ(names(Qt::Key_Tab, 4), "First, Open Zorbel, Quit, First");
+    EXPECT_EQ(names(Qt::Key_Backtab, 3), "Quit, Open Zorbel, First");
+}
+
 TEST(Popover, LiesWholeOnItsScreenWhereverItHangs) {
     int builds = 0;
     const QRect screen = QGuiApplication::primaryScreen()->geometry();

@@ -84,11 +84,7 @@ void RowList::onLeave(std::function<void()> left) {
 }
 
 QSize RowList::sizeHint() const {
-    return {240, count_ * rowHeight_};
-}
-
-QSize RowList::minimumSizeHint() const {
-    return {80, rowHeight_};
+    return {240, rowHeight_};
 }
 
 int RowList::offset() const {
@@ -230,7 +226,6 @@ void RowList::measure() {
     const QSize size(viewport()->width(), count_ * rowHeight_);
     if (content_->size() != size) {
         content_->resize(size);
-        updateGeometry();
     }
 }
 

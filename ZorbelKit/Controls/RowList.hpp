@@ -82,8 +82,9 @@ public:
     /// Whether Tab goes from row to row before it leaves the list, and comes in at the end it comes from.
     void setTabMoves(bool moves) { tabMoves_ = moves; }
 
+    /// It asks for a single row, however many there are, and takes what it is given.
     QSize sizeHint() const override;
-    QSize minimumSizeHint() const override;
+    QSize minimumSizeHint() const override { return sizeHint(); }
 
 protected:
     bool eventFilter(QObject* watched, QEvent* event) override;
