@@ -354,94 +354,101 @@ void measureSearches(std::array<Search, 4>& searches, int rounds) {
     spice.rest();
 }
 
-} // namespace
+/// How often each thing is done.
+struct Counts {
+    int many = countOrQuick(10'000, 1'000);
+    int peer = countOrQuick(2'000, 100);
+    int rushed = countOrQuick(4'000, 400);
+    int fast = countOrQuick(1'000, 100);
+    int fastKept = countOrQuick(250, 50);
+    int even = countOrQuick(200, 6);
+    int timed = countOrQuick(40, 5);
+    int longOnes = countOrQuick(11, 3);
+    int searches = countOrQuick(300, 100);
+};
 
-int main(int argumentCount, char** arguments) {
-    const int manyCopies = countOrQuick(10'000, 1'000);
-    const int peerCopies = countOrQuick(2'000, 100);
-    const int rushedCopies = countOrQuick(4'000, 400);
-    const int fastCopies = countOrQuick(1'000, 100);
-    const int fastKeptCopies = countOrQuick(250, 50);
-    const int evenCopies = countOrQuick(200, 6);
-    const int timedCopies = countOrQuick(40, 5);
-    const int longCopies = countOrQuick(11, 3);
-    const int searchRounds = countOrQuick(300, 100);
+struct Figures {
+    Growth growth{}; // of the spice and the clipboard alone
+    Times times{};
+    LongTimes longTimes{};
+    int keptFast = 0;
 
-    Linux::keepHeapSmall();
-    require("copyq");
-    const QApplication application(argumentCount, arguments);
-    ClipboardOwner owner;
+    Effort effort{}; // of zorbel
+    Growth rushedGrowth{};
 
-    progress("memory: " + std::to_string(manyCopies) + " copies");
-    const Growth growth = growthOfKeeper(owner, manyCopies);
+    Growth peerGrowth{};
+    Effort peerEffort{};
+    int peerKeptFast = 0;
+    Samples peerTimes{}; // milliseconds
+    Samples peerLongTimes{};
 
-    Times times;
-    LongTimes longTimes;
-    int ownKeptFast = 0;
-    {
-        progress("from a copy to the history");
-        ClipboardKeeper keeper(ClipboardKeeper::Pace::own);
-        times = timesOfKeeper(owner, keeper, timedCopies);
-        longTimes = longTimesOfKeeper(owner, keeper, longCopies);
-        ownKeptFast = keptOfFast(owner, keeper, fastKeptCopies);
-    }
-
-    const Tray tray;
-    Growth rushedGrowth;
-    Effort ownEffort;
-    {
-        progress("zorbel: " + std::to_string(fastCopies) + " copies in a row");
-        const Program program(zorbel());
-        pause(settling());
-        ownEffort = effortOf(owner, {program.process()}, fastCopies);
-        progress("zorbel's memory: " + std::to_string(rushedCopies) + " copies");
-        rushedGrowth = growthOf(owner, {program.process()}, rushedCopies, rushedPace);
-    }
-
-    Growth peerGrowth;
-    {
-        progress("CopyQ's memory: " + std::to_string(peerCopies) + " copies");
-        const CopyQ copyQ(owner, static_cast<int>(fullHistory));
-        pause(settling());
-        peerGrowth = growthOf(owner, copyQ.processes(), peerCopies, peerPace);
-    }
-    const CopyQ copyQ(owner, longHistory);
-    pause(settling());
-    progress("CopyQ: " + std::to_string(fastCopies) + " copies in a row");
-    const int peerItems = copyQ.count();
-    pause(1);
-    const Effort peerEffort = effortOf(owner, copyQ.processes(), fastCopies);
-    pause(1);
-    const int peerKeptFast = copyQ.count() - peerItems;
-    progress("CopyQ: from a copy to the history");
-    const Samples peerTimes = timesOf(copyQ, owner, timedCopies, [] { return newText(40); });
-    const Samples peerLongTimes = timesOf(copyQ, owner, longCopies, newLongText);
-    if (copyQ.newestLength() < longText / 2) { // it counts characters, of two bytes now and then
-        fail("CopyQ did not keep a long text whole");
-    }
-
-    progress("both: " + std::to_string(evenCopies) + " copies, " + text(keptPace, 1) + " s apart");
-    const Kept kept = keptOf(owner, copyQ, evenCopies);
-
-    progress("searching");
+    Kept kept{};
     std::array<Search, 4> searches{Search{"no entry", "xyzzy"}, Search{"every other, ASCII", "IPSUM lorem"},
                                    Search{"every other, Cyrillic", "ЭТИХ СЪЕШЬ"},
                                    Search{"every entry", "Copy"}};
-    measureSearches(searches, searchRounds);
+};
 
+void measureKeeper(ClipboardOwner& owner, const Counts& counts, Figures& figures) {
+    progress("memory: " + std::to_string(counts.many) + " copies");
+    figures.growth = growthOfKeeper(owner, counts.many);
+    progress("from a copy to the history");
+    ClipboardKeeper keeper(ClipboardKeeper::Pace::own);
+    figures.times = timesOfKeeper(owner, keeper, counts.timed);
+    figures.longTimes = longTimesOfKeeper(owner, keeper, counts.longOnes);
+    figures.keptFast = keptOfFast(owner, keeper, counts.fastKept);
+}
+
+void measureZorbel(ClipboardOwner& owner, const Counts& counts, Figures& figures) {
+    progress("zorbel: " + std::to_string(counts.fast) + " copies in a row");
+    const Program program(zorbel());
+    pause(settling());
+    figures.effort = effortOf(owner, {program.process()}, counts.fast);
+    progress("zorbel's memory: " + std::to_string(counts.rushed) + " copies");
+    figures.rushedGrowth = growthOf(owner, {program.process()}, counts.rushed, rushedPace);
+}
+
+void measureCopyQ(ClipboardOwner& owner, const Counts& counts, Figures& figures) {
+    {
+        progress("CopyQ's memory: " + std::to_string(counts.peer) + " copies");
+        const CopyQ copyQ(owner, static_cast<int>(fullHistory));
+        pause(settling());
+        figures.peerGrowth = growthOf(owner, copyQ.processes(), counts.peer, peerPace);
+    }
+    const CopyQ copyQ(owner, longHistory);
+    pause(settling());
+    progress("CopyQ: " + std::to_string(counts.fast) + " copies in a row");
+    const int before = copyQ.count();
+    pause(1);
+    figures.peerEffort = effortOf(owner, copyQ.processes(), counts.fast);
+    pause(1);
+    figures.peerKeptFast = copyQ.count() - before;
+    progress("CopyQ: from a copy to the history");
+    figures.peerTimes = timesOf(copyQ, owner, counts.timed, [] { return newText(40); });
+    figures.peerLongTimes = timesOf(copyQ, owner, counts.longOnes, newLongText);
+    if (copyQ.newestLength() != longText) {
+        fail("CopyQ did not keep a long text whole");
+    }
+
+    progress("both: " + std::to_string(counts.even) + " copies, " + text(keptPace, 1) + " s apart");
+    figures.kept = keptOf(owner, copyQ, counts.even);
+}
+
+void print(const Counts& counts, const Figures& figures) {
     std::printf("\nMedian (least–most) of %d short copies and %d of 10 MB, at random moments.\n\n",
-                timedCopies, longCopies);
+                counts.timed, counts.longOnes);
     Table latency({"ms until a copy is in the history", "Zorbel", "CopyQ", "goal"});
-    latency.add({"short text, from the copy", times.entry.text(1), peerTimes.text(1), "most ≤ 520"});
-    latency.add({"short text, from zorbel's poll", times.fromPoll.text(2), "", ""});
-    latency.add({"10 MB, from the copy", longTimes.entry.text(1), peerLongTimes.text(1), ""});
-    latency.add({"10 MB, until they are read", longTimes.arrival.text(1), "", ""});
-    latency.add({"10 MB, from zorbel's poll", longTimes.fromPoll.text(2), "", "≤ 0.25 × CopyQ's copy"});
+    latency.add(
+        {"short text, from the copy", figures.times.entry.text(1), figures.peerTimes.text(1), "most ≤ 520"});
+    latency.add({"short text, from zorbel's poll", figures.times.fromPoll.text(2), "", ""});
+    latency.add({"10 MB, from the copy", figures.longTimes.entry.text(1), figures.peerLongTimes.text(1), ""});
+    latency.add({"10 MB, until they are read", figures.longTimes.arrival.text(1), "", ""});
+    latency.add(
+        {"10 MB, from zorbel's poll", figures.longTimes.fromPoll.text(2), "", "≤ 0.25 × CopyQ's copy"});
     latency.print();
 
     Table stalls({"longest stall of the main thread, ms", "Zorbel", "goal"});
-    stalls.add({"10 MB are copied, read and held", longTimes.stall.text(2), "≤ 16"});
-    stalls.add({"nothing happens", longTimes.idleStall.text(2), ""});
+    stalls.add({"10 MB are copied, read and held", figures.longTimes.stall.text(2), "≤ 16"});
+    stalls.add({"nothing happens", figures.longTimes.idleStall.text(2), ""});
     stalls.print();
 
     const auto memoryCells = [](const std::string& name, const Growth& change) {
@@ -449,45 +456,78 @@ int main(int argumentCount, char** arguments) {
                                         text(change.after.proportional, 1)};
     };
     Table memory({"memory, MB, a fifth of the copies pictures", "RSS before", "RSS after", "PSS after"});
-    memory.add(memoryCells("spice and clipboard, " + std::to_string(manyCopies) +
+    memory.add(memoryCells("spice and clipboard, " + std::to_string(counts.many) +
                                " copies; before: its 500 entries full",
-                           growth));
-    memory.add(memoryCells("zorbel, " + std::to_string(rushedCopies) + " copies 5 ms apart", rushedGrowth));
-    memory.add(memoryCells("CopyQ with 500 items, " + std::to_string(peerCopies) + " copies 30 ms apart",
-                           peerGrowth));
+                           figures.growth));
+    memory.add(
+        memoryCells("zorbel, " + std::to_string(counts.rushed) + " copies 5 ms apart", figures.rushedGrowth));
+    memory.add(memoryCells("CopyQ with 500 items, " + std::to_string(counts.peer) + " copies 30 ms apart",
+                           figures.peerGrowth));
     memory.print();
 
-    Table effort({"ms of processor time, " + std::to_string(fastCopies) + " copies 28 ms apart", "Zorbel",
+    Table effort({"ms of processor time, " + std::to_string(counts.fast) + " copies 28 ms apart", "Zorbel",
                   "CopyQ", "goal"});
-    effort.add({"while they come", text(ownEffort.copying, 1), text(peerEffort.copying, 1), ""});
-    effort.add({"idle for as long", text(ownEffort.idle, 1), text(peerEffort.idle, 1), ""});
-    effort.add({"what they cost", text(ownEffort.added(), 1), text(peerEffort.added(), 1), "≤ 0.05 × CopyQ"});
+    effort.add({"while they come", text(figures.effort.copying, 1), text(figures.peerEffort.copying, 1), ""});
+    effort.add({"idle for as long", text(figures.effort.idle, 1), text(figures.peerEffort.idle, 1), ""});
+    effort.add({"what they cost", text(figures.effort.added(), 1), text(figures.peerEffort.added(), 1),
+                "≤ 0.05 × CopyQ"});
     effort.print();
 
     const auto of = [](int some, int all) { return std::to_string(some) + " of " + std::to_string(all); };
     Table keeping({"copies kept", "Zorbel", "CopyQ", "goal"});
-    keeping.add({"600 ms apart", of(kept.own, evenCopies), of(kept.peer, evenCopies), "all"});
     keeping.add(
-        {"28 ms apart", of(ownKeptFast, fastKeptCopies), of(peerKeptFast, fastCopies), "one at each poll"});
+        {"600 ms apart", of(figures.kept.own, counts.even), of(figures.kept.peer, counts.even), "all"});
+    keeping.add({"28 ms apart", of(figures.keptFast, counts.fastKept), of(figures.peerKeptFast, counts.fast),
+                 "one at each poll"});
     keeping.print();
 
     Table searching({"ms to search 500 entries of 400 characters; found:", "list", "word to list", "goal"});
-    double slowestSearch = 0;
-    for (const Search& search : searches) {
+    for (const Search& search : figures.searches) {
         searching.add({search.name, search.list.text(3), search.change.text(3), "≤ 1"});
-        slowestSearch = std::max({slowestSearch, search.list.median(), search.change.median()});
     }
     searching.print();
+}
 
-    const double ownMemory = std::max(growth.after.resident, rushedGrowth.after.resident);
+/// The exit status.
+int judge(const Counts& counts, const Figures& figures) {
+    const double ownMemory = std::max(figures.growth.after.resident, figures.rushedGrowth.after.resident);
+    double slowestSearch = 0;
+    for (const Search& search : figures.searches) {
+        slowestSearch = std::max({slowestSearch, search.list.median(), search.change.median()});
+    }
     Verdicts verdicts;
-    verdicts.check("clipboard.entry", times.entry.most() / latestEntry, 1);
-    verdicts.check("clipboard.stall", longTimes.stall.median() / longestStall, 1);
-    verdicts.check("clipboard.growth", growth.after.resident / growth.before.resident, mostGrowth);
-    verdicts.check("clipboard.memory", ownMemory / peerGrowth.after.resident, 1);
-    verdicts.check("clipboard.processor", ownEffort.added() / peerEffort.added(), mostOfPeerProcessor);
-    verdicts.check("clipboard.lost", evenCopies - kept.own, 0);
+    verdicts.check("clipboard.entry", figures.times.entry.most() / latestEntry, 1);
+    verdicts.check("clipboard.stall", figures.longTimes.stall.median() / longestStall, 1);
+    verdicts.check("clipboard.growth", figures.growth.after.resident / figures.growth.before.resident,
+                   mostGrowth);
+    verdicts.check("clipboard.memory", ownMemory / figures.peerGrowth.after.resident, 1);
+    verdicts.check("clipboard.processor", figures.effort.added() / figures.peerEffort.added(),
+                   mostOfPeerProcessor);
+    verdicts.check("clipboard.lost", counts.even - figures.kept.own, 0);
     verdicts.check("clipboard.search", slowestSearch / longestSearch, 1);
-    verdicts.check("clipboard", longTimes.fromPoll.median() / peerLongTimes.median(), mostOfPeerTime);
+    verdicts.check("clipboard", figures.longTimes.fromPoll.median() / figures.peerLongTimes.median(),
+                   mostOfPeerTime);
     return verdicts.exitStatus();
+}
+
+} // namespace
+
+int main(int argumentCount, char** arguments) {
+    Linux::keepHeapSmall();
+    require("copyq");
+    const QApplication application(argumentCount, arguments);
+    const Counts counts;
+    Figures figures;
+    {
+        ClipboardOwner owner;
+        measureKeeper(owner, counts, figures); // first of all, while this process is small
+        const Tray tray;
+        measureZorbel(owner, counts, figures);
+        measureCopyQ(owner, counts, figures);
+    }
+    progress("searching");
+    measureSearches(figures.searches, counts.searches);
+
+    print(counts, figures);
+    return judge(counts, figures);
 }

@@ -82,6 +82,9 @@ void ClipboardKeeper::keep(const std::function<void()>& copy) {
     }
     notePoll();
     driven_.tick();
+    if (held_ < seen_) {
+        fail("a copy did not reach the history");
+    }
 }
 
 Nanoseconds ClipboardKeeper::waitUntilRead() {

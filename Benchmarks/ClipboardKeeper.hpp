@@ -41,7 +41,8 @@ public:
 
     Mordan::MordanSpice& spice() { return spice_; }
 
-    /// Polls, driven, as soon as there is a change to what `copy` left behind; fails when none comes.
+    /// Polls, driven, as soon as what `copy` left behind has been read. Fails when that does not happen, or
+    /// is not held at once, as a short text is.
     void keep(const std::function<void()>& copy);
 
     /// When what was just copied had been read and counted as a change.

@@ -44,7 +44,7 @@ bool isControl(char32_t codePoint) {
     return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
 }
 
-constexpr std::size_t longestWord = 48; // code points; from there on a word may be broken
+constexpr std::size_t longestWord = 48;                 // code points; from there on a word may be broken
 constexpr std::string_view breakPlace = "\xE2\x80\x8B"; // a space without width
 
 /// Where breaking does no harm: a letter of other scripts may go together with the one before it.

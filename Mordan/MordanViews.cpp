@@ -233,8 +233,7 @@ void WoundRow::write() {
     }
     mark_->setKind(wound_->kind);
     line_->setLine(qString(line), marked);
-    const auto colour =
-        wound_->kind == Wound::Kind::colour ? writtenColour(wound_->preview) : std::nullopt;
+    const auto colour = wound_->kind == Wound::Kind::colour ? writtenColour(wound_->preview) : std::nullopt;
     swatch_->setVisible(colour.has_value());
     if (colour) {
         swatch_->setColour(*colour);

@@ -27,7 +27,7 @@ class MordanSpice;
 /// The symbol of an entry's kind; for a moment, a check mark that says that it was put back.
 class KindMark final : public QWidget {
 public:
-    static constexpr int side = 16;                  // points
+    static constexpr int side = 16;                    // points
     static constexpr ZorbelKit::Seconds signTime{1.2}; // how long the check mark stays
 
     explicit KindMark(QWidget* parent);

@@ -1,6 +1,7 @@
 #include "ZorbelKit/Utf8.hpp"
 
 #include <algorithm>
+#include <cstring>
 
 namespace ZorbelKit::utf8 {
 
@@ -28,8 +29,40 @@ std::size_t lengthFrom(std::uint8_t lead) {
     return lead < 0xE0 ? 2 : lead < 0xF0 ? 3 : lead < 0xF5 ? 4 : 0;
 }
 
-bool isFirstBroken(std::string_view text) {
-    return text.front() != replacementBytes.front() && first(text).value == replacement;
+bool isBroken(CodePoint codePoint) {
+    return codePoint.value == replacement && codePoint.length == 1; // the real one takes three bytes
+}
+
+/// How many of the first bytes are ASCII; eight at a time, for texts of many megabytes.
+std::size_t asciiLength(std::string_view text) {
+    constexpr std::uint64_t highBits = 0x8080808080808080;
+    std::size_t length = 0;
+    for (std::uint64_t eight = 0; length + sizeof(eight) <= text.size(); length += sizeof(eight)) {
+        std::memcpy(&eight, text.data() + length, sizeof(eight));
+        if (eight & highBits) {
+            break;
+        }
+    }
+    while (length < text.size() && byteAt(text, length) < 0x80) {
+        ++length;
+    }
+    return length;
+}
+
+/// How many of the first bytes are whole code points.
+std::size_t wholeLength(std::string_view text) {
+    std::size_t length = 0;
+    while (length < text.size()) {
+        length += asciiLength(text.substr(length));
+        if (length < text.size()) {
+            const CodePoint next = first(text.substr(length));
+            if (isBroken(next)) {
+                break;
+            }
+            length += next.length;
+        }
+    }
+    return length;
 }
 
 } // namespace
@@ -70,28 +103,23 @@ CodePoint last(std::string_view text) {
 }
 
 std::string repaired(std::string text) {
-    std::string_view rest = text;
-    const auto skipWhole = [&rest] {
-        while (!rest.empty() && !isFirstBroken(rest)) {
-            rest.remove_prefix(first(rest).length);
-        }
-    };
-    skipWhole();
-    if (rest.empty()) {
+    std::size_t whole = wholeLength(text);
+    if (whole == text.size()) {
         return text; // nearly every text: not copied
     }
-    std::string whole;
-    whole.reserve(text.size() + 64);
-    std::string_view done = text;
-    while (!rest.empty()) {
-        whole.append(done.substr(0, done.size() - rest.size()));
-        whole.append(replacementBytes);
+    std::string result;
+    result.reserve(text.size() + 64);
+    std::string_view rest = text;
+    for (;;) {
+        result.append(rest.substr(0, whole));
+        rest.remove_prefix(whole);
+        if (rest.empty()) {
+            return result;
+        }
+        result.append(replacementBytes);
         rest.remove_prefix(1);
-        done = rest;
-        skipWhole();
+        whole = wholeLength(rest);
     }
-    whole.append(done);
-    return whole;
 }
 
 bool isSpace(char32_t codePoint) {

@@ -88,7 +88,8 @@ public:
         take(panel, QRect(QPoint(0, 0), screen_.size()), "desktop.png");
         closePanel();
 
-        takeDormant(); // last: switched off, Rusket forgets its history
+        takeDormant(); // late: switched off, Rusket forgets its history
+        takeMordan();
         screen_.press(XK_Escape);
         check(until([this] { return !findDashboard(screen_); }), "the dashboard does not close");
     }
@@ -224,6 +225,17 @@ private:
         screen_.click(control);
         check(until([this] { return !onSwitch().isEmpty(); }), "the switch does not turn back");
         screen_.movePointer(aside());
+    }
+
+    /// Two rows above the selected one.
+    void takeMordan() const {
+        const QRect selected = selectedRow();
+        const QPoint row = selected.center() - QPoint(0, 2 * (selected.height() + rowSpacing));
+        screen_.click(row);
+        check(until([&] { return selectedRow().contains(row) && !onSwitch().isEmpty(); }),
+              "Mordan is off, or cannot be selected");
+        screen_.movePointer(aside());
+        take(dashboard(), dashboard(), "dashboard-mordan.png");
     }
 
     QDir folder_;

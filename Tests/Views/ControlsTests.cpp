@@ -1,22 +1,33 @@
 #include "Tests/Views/ViewTests.hpp"
 #include "ZorbelKit/Controls/Buttons.hpp"
 #include "ZorbelKit/Controls/Counter.hpp"
+#include "ZorbelKit/Controls/LineText.hpp"
 #include "ZorbelKit/Controls/LiveView.hpp"
 #include "ZorbelKit/Controls/Reading.hpp"
+#include "ZorbelKit/Controls/SearchField.hpp"
 #include "ZorbelKit/Controls/SpiceIcon.hpp"
 #include "ZorbelKit/Controls/SteepDot.hpp"
 #include "ZorbelKit/Controls/Switch.hpp"
+#include "ZorbelKit/Controls/Symbol.hpp"
+#include "ZorbelKit/Controls/SymbolButton.hpp"
 #include "ZorbelKit/Controls/Text.hpp"
 #include "ZorbelKit/Observable.hpp"
 #include "ZorbelKit/Palette.hpp"
+#include "ZorbelKit/Surfaces/ResourceImage.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
 #include <QAccessible>
 #include <QApplication>
+#include <QDateTime>
+#include <QEnterEvent>
 #include <QGridLayout>
+#include <QLineEdit>
+#include <QLocale>
 #include <QPainter>
 #include <QTest>
 #include <gtest/gtest.h>
+
+#include <cmath>
 
 namespace {
 
@@ -230,6 +241,300 @@ TEST(Glide, MovesToItsTargetAndThenRests) {
     widget.show();
     glide.to(1, Pour::settle(Pour::boil));
     EXPECT_EQ(glide.value(), 1);
+}
+
+constexpr const char* symbols[] = {"text.alignleft",
+                                   "chevron.left.forwardslash.chevron.right",
+                                   "link",
+                                   "paintpalette",
+                                   "photo",
+                                   "doc",
+                                   "pin.fill",
+                                   "xmark",
+                                   "magnifyingglass",
+                                   "checkmark"};
+
+TEST(Symbol, EachHasADrawingOfItsOwnInTheColourAskedFor) {
+    std::vector<QImage> pictures;
+    for (const char* name : symbols) {
+        SCOPED_TRACE(name);
+        Symbol symbol(name, 48, brass);
+        show(symbol, symbol.sizeHint());
+        const QImage picture = symbol.grab().toImage();
+        EXPECT_GT(coverage(picture), 0.08);
+        EXPECT_LT(coverage(picture), 0.6);
+        bool hasColour = false;
+        for (int y = 0; y < picture.height(); ++y) {
+            for (int x = 0; x < picture.width(); ++x) {
+                hasColour = hasColour || picture.pixelColor(x, y) == qColor(brass);
+            }
+        }
+        EXPECT_TRUE(hasColour);
+        for (const QImage& other : pictures) {
+            EXPECT_NE(picture, other);
+        }
+        pictures.push_back(picture);
+    }
+}
+
+TEST(Symbol, NoDrawingTouchesItsEdge) {
+    for (const char* name : symbols) {
+        SCOPED_TRACE(name);
+        const QImage picture = resourceImage(QStringLiteral("Symbols/%1").arg(name), 48);
+        ASSERT_FALSE(picture.isNull());
+        for (int at = 0; at < 48; ++at) {
+            EXPECT_EQ(qAlpha(picture.pixel(at, 0)), 0);
+            EXPECT_EQ(qAlpha(picture.pixel(at, 47)), 0);
+            EXPECT_EQ(qAlpha(picture.pixel(0, at)), 0);
+            EXPECT_EQ(qAlpha(picture.pixel(47, at)), 0);
+        }
+    }
+}
+
+TEST(Symbol, AnUnknownNameLeavesThePlaceEmpty) {
+    Symbol symbol("teapot", 16, brass);
+    show(symbol, {16, 16});
+    EXPECT_EQ(coverage(symbol.grab().toImage()), 0);
+}
+
+TEST(Symbol, EqualValuesRepaintNothing) {
+    Symbol symbol("link", 16, brass);
+    show(symbol, symbol.sizeHint());
+    PaintCounter paints(symbol);
+    symbol.setSymbol("link");
+    symbol.setColour(brass);
+    settle();
+    EXPECT_EQ(paints.all(), 0);
+    symbol.setSymbol("doc");
+    settle();
+    EXPECT_EQ(paints.all(), 1);
+    symbol.setColour(malai);
+    settle();
+    EXPECT_EQ(paints.all(), 2);
+}
+
+TEST(SymbolButton, LooksOtherUnderThePointerWithTheKeyboardAndPressed) {
+    SymbolButton forget("Forget", "xmark", 12);
+    show(forget, forget.sizeHint());
+    forget.activateWindow();
+    forget.clearFocus();
+    QEvent leave(QEvent::Leave);
+    QApplication::sendEvent(&forget, &leave);
+    const QImage plain = forget.grab().toImage();
+    QEnterEvent enter({12, 12}, {12, 12}, {12, 12});
+    QApplication::sendEvent(&forget, &enter);
+    const QImage hovered = forget.grab().toImage();
+    EXPECT_NE(hovered, plain);
+    forget.setDown(true);
+    EXPECT_NE(forget.grab().toImage(), hovered);
+    forget.setDown(false);
+    QApplication::sendEvent(&forget, &leave);
+    EXPECT_EQ(forget.grab().toImage(), plain);
+    forget.setFocus(Qt::TabFocusReason);
+    settle();
+    EXPECT_NE(forget.grab().toImage(), plain);
+}
+
+TEST(SymbolButton, SaysWhatItDoes) {
+    SymbolButton pin("Pin", "pin.fill", 14);
+    int runs = 0;
+    QObject::connect(&pin, &QAbstractButton::clicked, &pin, [&] { ++runs; });
+    EXPECT_EQ(pin.accessibleName(), "Pin");
+    EXPECT_EQ(pin.toolTip(), "Pin");
+    pin.setKeys("Ctrl+P");
+    pin.setName("Unpin");
+    EXPECT_EQ(pin.accessibleName(), "Unpin");
+    EXPECT_EQ(pin.toolTip(), "Unpin (Ctrl+P)");
+    show(pin, pin.sizeHint());
+    QTest::mouseClick(&pin, Qt::LeftButton);
+    QTest::keyClick(&pin, Qt::Key_Space);
+    EXPECT_EQ(runs, 2);
+    EXPECT_EQ(QAccessible::queryAccessibleInterface(&pin)->role(), QAccessible::Button);
+}
+
+class SearchFieldTest : public ::testing::Test {
+protected:
+    SearchFieldTest() {
+        field.onChange([this](const QString& text) { heard << text; });
+        show(window, {300, 60});
+        field.setGeometry(10, 10, 280, field.sizeHint().height());
+        window.activateWindow();
+        field.setFocus();
+        settle();
+    }
+
+    QLineEdit& edit() { return *field.findChild<QLineEdit*>(); }
+    QAbstractButton& clear() { return *button(field, "Clear"); }
+
+    QWidget window;
+    SearchField field{"Search what you have copied", "magnifyingglass", &window};
+    QStringList heard;
+};
+
+TEST_F(SearchFieldTest, TellsWhatIsTyped) {
+    EXPECT_TRUE(edit().hasFocus());
+    EXPECT_EQ(edit().placeholderText(), "Search what you have copied");
+    EXPECT_EQ(edit().accessibleName(), "Search what you have copied");
+    QTest::keyClicks(&edit(), "te");
+    EXPECT_EQ(heard, (QStringList{"t", "te"}));
+    EXPECT_EQ(field.text(), "te");
+}
+
+TEST_F(SearchFieldTest, WritingTheModelBackIsSilentAndLeavesTheCursor) {
+    QTest::keyClicks(&edit(), "tea");
+    edit().setCursorPosition(1);
+    heard.clear();
+    field.setText("tea");
+    EXPECT_EQ(edit().cursorPosition(), 1);
+    field.setText("milk");
+    EXPECT_EQ(field.text(), "milk");
+    EXPECT_TRUE(heard.isEmpty());
+}
+
+TEST_F(SearchFieldTest, TheClearButtonIsThereOnlyWhereThereIsSomethingToClear) {
+    EXPECT_FALSE(clear().isVisible());
+    QTest::keyClicks(&edit(), "t");
+    EXPECT_TRUE(clear().isVisible());
+    QTest::mouseClick(&clear(), Qt::LeftButton);
+    EXPECT_EQ(field.text(), "");
+    EXPECT_EQ(heard.back(), "");
+    EXPECT_FALSE(clear().isVisible());
+    EXPECT_TRUE(edit().hasFocus());
+    field.setText("milk");
+    EXPECT_TRUE(clear().isVisible());
+}
+
+TEST_F(SearchFieldTest, GoesOnWithWhatWasTypedElsewhere) {
+    QTest::keyClicks(&edit(), "te");
+    window.setFocusPolicy(Qt::StrongFocus);
+    window.setFocus();
+    field.type("a");
+    EXPECT_TRUE(edit().hasFocus());
+    EXPECT_EQ(field.text(), "tea");
+    EXPECT_EQ(heard.back(), "tea");
+}
+
+TEST_F(SearchFieldTest, EscapeClearsAndDownLeads) {
+    int downs = 0;
+    field.onDown([&] { ++downs; });
+    QTest::keyClicks(&edit(), "te");
+    QTest::keyClick(&edit(), Qt::Key_Down);
+    EXPECT_EQ(downs, 1);
+    QTest::keyClick(&edit(), Qt::Key_Escape);
+    EXPECT_EQ(field.text(), "");
+    EXPECT_EQ(heard.back(), "");
+}
+
+TEST_F(SearchFieldTest, ShowsThatItHasTheKeyboard) {
+    const QPoint edge(140, 0);
+    const QColor focused = field.grab().toImage().pixelColor(edge);
+    edit().clearFocus();
+    settle();
+    EXPECT_NE(field.grab().toImage().pixelColor(edge), focused);
+}
+
+class LineTextTest : public ::testing::Test {
+protected:
+    void open(int width) { show(line, {width, 24}); }
+
+    int widthOf(const QString& text) const {
+        return static_cast<int>(std::ceil(QFontMetricsF(line.font()).horizontalAdvance(text)));
+    }
+
+    QString markedText() const {
+        const auto& cut = line.shown();
+        return cut.marked ? cut.text.mid(cut.marked->begin, cut.marked->length) : QString();
+    }
+
+    LineText line{styleFont(TextStyle::callout), malai};
+};
+
+TEST_F(LineTextTest, ShowsAllOfWhatFits) {
+    line.setLine("tea and milk");
+    open(widthOf("tea and milk") + 1);
+    EXPECT_EQ(line.shown().text, "tea and milk");
+    line.resize(widthOf("tea and milk") - 2, 24);
+    EXPECT_NE(line.shown().text, "tea and milk");
+    EXPECT_TRUE(line.shown().text.endsWith(QChar(0x2026)));
+    EXPECT_EQ(line.text(), "tea and milk");
+    line.resize(1, 24);
+    EXPECT_FALSE(line.grab().isNull());
+}
+
+TEST_F(LineTextTest, AMarkInSightMovesNothing) {
+    line.setLine("tea " + QString("kettle ").repeated(40), LineText::Part{0, 3});
+    open(200);
+    EXPECT_TRUE(line.shown().text.startsWith("tea kettle"));
+    EXPECT_EQ(markedText(), "tea");
+}
+
+TEST_F(LineTextTest, AMarkOutOfSightBeginsTheLineShortlyBeforeIt) {
+    const QString text = QString("kettle ").repeated(40) + "tea";
+    line.setLine(text, LineText::Part{280, 3});
+    open(200);
+    EXPECT_EQ(line.shown().text, QString(QChar(0x2026)) + "kettle tea");
+    EXPECT_EQ(markedText(), "tea");
+    const QString whole = QString(400, 'x');
+    line.setLine(whole, LineText::Part{300, 5});
+    EXPECT_TRUE(line.shown().text.startsWith(QChar(0x2026)));
+    EXPECT_TRUE(line.shown().text.endsWith(QChar(0x2026)));
+    EXPECT_EQ(line.shown().marked, (LineText::Part{13, 5})) << "after the ellipsis and twelve letters";
+}
+
+TEST_F(LineTextTest, AMarkWiderThanTheLineIsCut) {
+    line.setLine(QString(400, 'x'), LineText::Part{0, 400});
+    open(100);
+    EXPECT_LE(widthOf(line.shown().text), 100);
+    EXPECT_EQ(line.shown().marked->length, line.shown().text.size());
+    line.setLine("x", LineText::Part{0, 1});
+    line.resize(1, 24);
+    EXPECT_FALSE(line.grab().isNull());
+}
+
+TEST_F(LineTextTest, EqualValuesRepaintNothing) {
+    line.setLine("tea", LineText::Part{0, 1});
+    open(100);
+    PaintCounter paints(line);
+    line.setLine("tea", LineText::Part{0, 1});
+    line.setColour(malai);
+    settle();
+    EXPECT_EQ(paints.all(), 0);
+    line.setLine("tea");
+    settle();
+    EXPECT_EQ(paints.all(), 1);
+}
+
+TEST(Text, TheTimeOfDayIsTheLanguagesShortForm) {
+    const QDateTime moment({2026, 3, 14}, {14, 2, 59});
+    const TimePoint time{std::chrono::milliseconds(moment.toMSecsSinceEpoch())};
+    const QLocale before;
+    QLocale::setDefault(QLocale::c());
+    EXPECT_EQ(timeOfDay(time), "14:02");
+    QLocale::setDefault(QLocale(QLocale::German, QLocale::Germany));
+    EXPECT_EQ(timeOfDay(time), "14:02");
+    QLocale::setDefault(QLocale(QLocale::English, QLocale::UnitedStates));
+    EXPECT_TRUE(timeOfDay(time).startsWith("2:02")) << timeOfDay(time).toStdString();
+    QLocale::setDefault(before);
+}
+
+TEST(Symbols, PictureOfAllOfThem) {
+    QWidget board;
+    QPalette ground = board.palette();
+    ground.setColor(QPalette::Window, qColor(kettle));
+    board.setPalette(ground);
+    auto* grid = new QGridLayout(&board);
+    grid->setSpacing(16);
+    int column = 0;
+    for (const char* name : symbols) {
+        grid->addWidget(new Symbol(name, 14, malaiDim), 0, column, Qt::AlignCenter);
+        grid->addWidget(new Symbol(name, 16, malaiDim), 1, column, Qt::AlignCenter);
+        grid->addWidget(new Symbol(name, 48, malai), 2, column, Qt::AlignCenter);
+        grid->addWidget(new SymbolButton(name, name, 14), 3, column, Qt::AlignCenter);
+        ++column;
+    }
+    show(board, board.sizeHint());
+    savePicture(board, "symbols");
+    EXPECT_EQ(column, 10);
 }
 
 TEST(Controls, PictureOfAllOfThem) {

@@ -17,6 +17,7 @@
 #include <QApplication>
 #include <QDateTime>
 #include <QLineEdit>
+#include <QMouseEvent>
 #include <QScrollBar>
 #include <QTest>
 #include <QTextDocument>
@@ -161,8 +162,9 @@ protected:
         from("xterm");
         copy("git log --oneline --graph main..HEAD");
         from("Firefox");
-        copy("The word for tea came over land as cha and over sea as te, which is why the languages of Europe "
-             "disagree about it to this day.");
+        copy(
+            "The word for tea came over land as cha and over sea as te, which is why the languages of Europe "
+            "disagree about it to this day.");
         copy("asha.verma@example.org");
         from("GIMP");
         copy("#7a9a46");
@@ -239,11 +241,11 @@ TEST_F(MordanViewsTest, EveryKindHasItsSymbol) {
         const char* symbol;
         const char* name;
     };
-    for (const Row row : {Row{Wound::Kind::text, "text.alignleft", "Text"},
-                          Row{Wound::Kind::code, "chevron.left.forwardslash.chevron.right", "Code"},
-                          Row{Wound::Kind::url, "link", "Link"},
-                          Row{Wound::Kind::colour, "paintpalette", "Colour"},
-                          Row{Wound::Kind::image, "photo", "Image"}, Row{Wound::Kind::file, "doc", "File"}}) {
+    for (const Row row :
+         {Row{Wound::Kind::text, "text.alignleft", "Text"},
+          Row{Wound::Kind::code, "chevron.left.forwardslash.chevron.right", "Code"},
+          Row{Wound::Kind::url, "link", "Link"}, Row{Wound::Kind::colour, "paintpalette", "Colour"},
+          Row{Wound::Kind::image, "photo", "Image"}, Row{Wound::Kind::file, "doc", "File"}}) {
         SCOPED_TRACE(row.name);
         mark.setKind(row.kind);
         EXPECT_EQ(mark.symbol(), row.symbol);
@@ -373,7 +375,8 @@ TEST_F(MordanViewsTest, SearchesAsYouType) {
     EXPECT_EQ(spice.search(), "tea");
     EXPECT_EQ(linesIn(panel), (QStringList{"black TEA", "Green tea"}));
     EXPECT_TRUE(showsText(panel, "2 of 3"));
-    EXPECT_LT(search.geometry().right(), parts<QLabel>(panel).front()->x()) << "the count is beside the field";
+    EXPECT_LT(search.geometry().right(), parts<QLabel>(panel).front()->x())
+        << "the count is beside the field";
     spice.setSearch("milk");
     settle();
     EXPECT_EQ(field().text(), "milk") << "and follows the model";
@@ -414,10 +417,10 @@ TEST_F(MordanViewsTest, SaysWhenTheSearchLeavesNothing) {
 TEST_F(MordanViewsTest, EscapeClearsTheSearchAndThenIsTheWindows) {
     struct Keys : QObject {
         bool eventFilter(QObject*, QEvent* event) override {
-            escapes += event->type() == QEvent::KeyPress &&
-                               static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape
-                           ? 1
-                           : 0;
+            escapes +=
+                event->type() == QEvent::KeyPress && static_cast<QKeyEvent*>(event)->key() == Qt::Key_Escape
+                    ? 1
+                    : 0;
             return false;
         }
         int escapes = 0;
@@ -599,7 +602,10 @@ TEST_F(MordanViewsTest, NothingInThePanelPutsAnEntryBack) {
     MordanPanel& panel = openPanel();
     const auto before = host.pasteboard.changeCount();
     QTest::mouseClick(&rowOf(panel, "tea"), Qt::LeftButton);
-    QTest::mouseDClick(&rowOf(panel, "tea"), Qt::LeftButton);
+    QMouseEvent doubleClick(QEvent::MouseButtonDblClick, QPointF(40, 10),
+                            rowOf(panel, "tea").mapToGlobal(QPointF(40, 10)), Qt::LeftButton, Qt::LeftButton,
+                            Qt::NoModifier);
+    QApplication::sendEvent(&rowOf(panel, "tea"), &doubleClick);
     for (const Qt::Key key : {Qt::Key_Return, Qt::Key_Enter, Qt::Key_Space}) {
         press(key);
     }
@@ -609,8 +615,8 @@ TEST_F(MordanViewsTest, NothingInThePanelPutsAnEntryBack) {
 
 TEST_F(MordanViewsTest, AToolTipShowsThePreviewAsTypedAndWhereItComesFrom) {
     const QTime time(14, 2);
-    host.clock.set(ZorbelKit::TimePoint(
-        std::chrono::milliseconds(QDateTime({2026, 3, 14}, time).toMSecsSinceEpoch())));
+    host.clock.set(
+        ZorbelKit::TimePoint(std::chrono::milliseconds(QDateTime({2026, 3, 14}, time).toMSecsSinceEpoch())));
     host.workspace.front = ZorbelKit::RunningApplication{.localizedName = "xterm"};
     copy("a <b>bold</b> & <img src='file:///etc/passwd'>\n  second line");
     host.workspace.front.reset();
@@ -799,8 +805,7 @@ TEST_F(MordanViewsTest, TheMenuSectionListsTheFirstSix) {
     EXPECT_EQ(linesIn(section),
               (QStringList{"entry 1", "entry 9", "entry 8", "entry 7", "entry 6", "entry 5"}));
     copy("new");
-    EXPECT_EQ(linesIn(section),
-              (QStringList{"entry 1", "new", "entry 9", "entry 8", "entry 7", "entry 6"}));
+    EXPECT_EQ(linesIn(section), (QStringList{"entry 1", "new", "entry 9", "entry 8", "entry 7", "entry 6"}));
     spice.forget(spice.items().back());
     settle();
     EXPECT_EQ(linesIn(section).size(), 6);
@@ -863,8 +868,8 @@ TEST_F(MordanViewsTest, AnImageInTheMenuSectionCannotBePutBack) {
     EXPECT_EQ(host.pasteboard.changeCount(), before);
     EXPECT_EQ(part<KindMark>(image).symbol(), "photo");
     EXPECT_TRUE(spoken(image).state().disabled);
-    EXPECT_FALSE(spoken(image).actionInterface()->actionNames().contains(
-        QAccessibleActionInterface::pressAction()));
+    EXPECT_FALSE(
+        spoken(image).actionInterface()->actionNames().contains(QAccessibleActionInterface::pressAction()));
     EXPECT_FALSE(spoken(rowOf(section, "tea")).state().disabled);
     QTest::mouseClick(button(image, "Forget"), Qt::LeftButton);
     settle();

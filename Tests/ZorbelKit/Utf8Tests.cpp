@@ -47,6 +47,18 @@ TEST(Utf8, RepairsWhatIsBrokenAndLeavesTheRest) {
     }
 }
 
+TEST(Utf8, RepairsWhereverInALongTextItIsBroken) {
+    const std::string text = "Sixteen letters, and é more; twenty-four letters";
+    for (std::size_t place = 0; place <= text.size(); ++place) {
+        const bool isInside = place > 0 && place < text.size() && (text[place] & 0xC0) == 0x80;
+        if (!isInside) {
+            const std::string before = text.substr(0, place);
+            const std::string after = text.substr(place);
+            EXPECT_EQ(utf8::repaired(before + "\xFF" + after), before + gap + after) << place;
+        }
+    }
+}
+
 TEST(Utf8, ReadsFromBothEnds) {
     const struct {
         const char* name;

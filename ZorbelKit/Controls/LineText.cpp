@@ -15,7 +15,7 @@ namespace ZorbelKit {
 namespace {
 
 constexpr QChar ellipsis(0x2026);
-constexpr int lead = 12;         // characters at most that stand before a marked part that was out of sight
+constexpr int lead = 12;          // characters at most that stand before a marked part that was out of sight
 constexpr double markShade = 0.3; // how much brass lies under the marked part
 
 /// Where a line begins that shall show the character at `wanted`: at a word if one begins shortly before it.
@@ -30,7 +30,8 @@ int lineBegin(const QString& text, int wanted) {
     }
     QTextBoundaryFinder letters(QTextBoundaryFinder::Grapheme, text);
     letters.setPosition(least);
-    return letters.isAtBoundary() ? least : static_cast<int>(std::max<qsizetype>(0, letters.toPreviousBoundary()));
+    return letters.isAtBoundary() ? least
+                                  : static_cast<int>(std::max<qsizetype>(0, letters.toPreviousBoundary()));
 }
 
 } // namespace
@@ -80,7 +81,8 @@ LineText::Cut LineText::cut(int room) const {
     }
     if (marked_) {
         const QString upToMark = result.text.left(marked_->begin + marked_->length) + ellipsis;
-        const int begin = metrics.horizontalAdvance(upToMark) > room ? lineBegin(result.text, marked_->begin) : 0;
+        const int begin =
+            metrics.horizontalAdvance(upToMark) > room ? lineBegin(result.text, marked_->begin) : 0;
         if (begin > 0) {
             result.text = ellipsis + result.text.mid(begin);
             result.marked->begin += 1 - begin;

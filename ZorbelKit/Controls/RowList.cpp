@@ -236,11 +236,14 @@ void RowList::arrange(bool bindsAll) {
     const QScopedValueRollback arranging(isArranging_, true);
     const int first = firstInSight();
     const int last = lastInSight();
+    // A row that is about to hand the keyboard on stays until it has: hidden, it would give it to any widget.
+    const QWidget* focused = window()->focusWidget();
     for (auto entry = shown_.begin(); entry != shown_.end();) {
-        if (entry->first < count_ && (isInSight(entry->first) || entry->first == current_)) {
+        const auto [index, row] = *entry;
+        if (index < count_ && (isInSight(index) || index == current_ || row == focused)) {
             ++entry;
         } else {
-            putAway(*entry->second);
+            putAway(*row);
             entry = shown_.erase(entry);
         }
     }

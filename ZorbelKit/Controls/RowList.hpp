@@ -43,9 +43,9 @@ private:
     Glide shade_;
 };
 
-/// A vertical list of rows of one height, of which only those in sight, and the current one, are widgets: they
-/// are used again as the list scrolls. Rows are known by their place, from 0 at the top; an owner whose rows
-/// come and go says with `change` where each of them is now.
+/// A vertical list of rows of one height, of which only those in sight, and the current one, are widgets:
+/// they are used again as the list scrolls. Rows are known by their place, from 0 at the top; an owner whose
+/// rows come and go says with `change` where each of them is now.
 ///
 /// Up, Down, Page Up, Page Down, Home and End move the current row. It alone can be reached with Tab.
 class RowList : public ScrollView {
@@ -119,7 +119,7 @@ private:
     std::map<int, ListRow*> shown_; // by index
     std::vector<ListRow*> spare_;   // hidden, to be used again
     bool isArranging_ = false;
-    bool isMoving_ = false;         // the keyboard, from one row to another
+    bool isMoving_ = false; // the keyboard, from one row to another
     bool isCurrentByPointer_ = false;
     bool tabMoves_ = false;
     std::function<bool(QKeyEvent&, int)> key_;

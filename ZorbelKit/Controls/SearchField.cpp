@@ -111,7 +111,8 @@ QSize SearchField::minimumSizeHint() const {
 void SearchField::resizeEvent(QResizeEvent* event) {
     QWidget::resizeEvent(event);
     const int clearLeft = width() - clearInset - SymbolButton::side;
-    clear_->setGeometry(clearLeft, (height() - SymbolButton::side) / 2, SymbolButton::side, SymbolButton::side);
+    clear_->setGeometry(clearLeft, (height() - SymbolButton::side) / 2, SymbolButton::side,
+                        SymbolButton::side);
     edit_->setGeometry(symbolRoom - 2, 1, clearLeft - symbolRoom, height() - 2); // its own margin is 2
 }
 
@@ -124,7 +125,8 @@ void SearchField::paintEvent(QPaintEvent*) {
     painter.drawRoundedRect(box, radiusControl, radiusControl);
     if (focus_.value() > 0) {
         painter.setPen(QPen(qColor(brass.withOpacity(focus_.value())), 1.5));
-        painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), radiusControl, radiusControl);
+        painter.drawRoundedRect(QRectF(rect()).adjusted(0.75, 0.75, -0.75, -0.75), radiusControl,
+                                radiusControl);
     }
     paintSymbol(painter, symbol_, {symbolRoom / 2.0 + 0.5, height() / 2.0}, symbolSize, malaiDim);
 }

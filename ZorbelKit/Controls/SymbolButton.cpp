@@ -47,8 +47,7 @@ void SymbolButton::setKeys(const QString& keys) {
 }
 
 void SymbolButton::writeToolTip() {
-    setToolTip(keys_.isEmpty() ? accessibleName()
-                               : QStringLiteral("%1 (%2)").arg(accessibleName(), keys_));
+    setToolTip(keys_.isEmpty() ? accessibleName() : QStringLiteral("%1 (%2)").arg(accessibleName(), keys_));
 }
 
 void SymbolButton::paintEvent(QPaintEvent*) {

@@ -33,6 +33,14 @@ constexpr std::array<std::string_view, static_cast<std::size_t>(SelectionName::c
 
 } // namespace
 
+std::vector<std::uint32_t> SelectionProperty::cardinals() const {
+    std::vector<std::uint32_t> values(bytes.size() / sizeof(std::uint32_t));
+    if (!values.empty()) {
+        std::memcpy(values.data(), bytes.data(), values.size() * sizeof(std::uint32_t));
+    }
+    return values;
+}
+
 std::unique_ptr<SelectionConnection> SelectionConnection::open(const std::optional<std::string>& display) {
     int screenNumber = 0;
     Connection connection(xcb_connect(display ? display->c_str() : nullptr, &screenNumber));

@@ -59,6 +59,8 @@ struct SelectionProperty {
     std::uint8_t format = 0; // bits
     std::string bytes;
     bool isTooLong = false; // there is more than was wanted
+
+    std::vector<std::uint32_t> cardinals() const; // of one with format 32
 };
 
 /// A connection of our own to the X server that hears of every change of the CLIPBOARD selection, and the

@@ -5,6 +5,8 @@
 #include <algorithm>
 #include <array>
 #include <cstddef>
+#include <cstdint>
+#include <cstring>
 #include <utility>
 
 namespace Linux {
@@ -53,6 +55,14 @@ std::optional<std::string_view> firstOffered(std::span<const std::string_view> w
 }
 
 bool isAscii(std::string_view bytes) {
+    constexpr std::uint64_t highBits = 0x8080808080808080;
+    for (; bytes.size() >= sizeof(highBits); bytes.remove_prefix(sizeof(highBits))) { // texts may be long
+        std::uint64_t word = 0;
+        std::memcpy(&word, bytes.data(), sizeof(word));
+        if ((word & highBits) != 0) {
+            return false;
+        }
+    }
     return std::ranges::none_of(bytes,
                                 [](char byte) { return (static_cast<unsigned char>(byte) & 0x80U) != 0; });
 }

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <array>
-#include <cstring>
 #include <utility>
 
 namespace Linux {
@@ -35,12 +34,6 @@ constexpr std::size_t mostAbandoned = 8;
 constexpr auto hurriedInterval = 100ms; // between two reads while there are more
 constexpr auto quarantine = 30s;        // for an answer, or a further piece, that nobody wants
 constexpr auto longestDrain = 5min;
-
-std::vector<std::uint32_t> cardinalsIn(const std::string& bytes) {
-    std::vector<std::uint32_t> values(bytes.size() / sizeof(std::uint32_t));
-    std::memcpy(values.data(), bytes.data(), values.size() * sizeof(std::uint32_t));
-    return values;
-}
 
 } // namespace
 
@@ -150,7 +143,7 @@ void SelectionReader::readTargets(const SelectionProperty& content) {
         askNext();
         return;
     }
-    offered_ = namesOf(cardinalsIn(content.bytes));
+    offered_ = namesOf(content.cardinals());
     if (isMarkedSecret(offered_)) {
         deliver({});
         return;

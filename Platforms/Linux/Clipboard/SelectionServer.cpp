@@ -108,8 +108,7 @@ bool SelectionServer::convertMany(xcb_window_t requestor, xcb_atom_t property) {
     if (!wanted || wanted->isTooLong || wanted->format != 32) {
         return false;
     }
-    std::vector<std::uint32_t> pairs(wanted->bytes.size() / sizeof(std::uint32_t));
-    std::memcpy(pairs.data(), wanted->bytes.data(), pairs.size() * sizeof(std::uint32_t));
+    std::vector<std::uint32_t> pairs = wanted->cardinals();
     for (std::size_t index = 0; index + 1 < pairs.size(); index += 2) {
         if (pairs[index + 1] == XCB_ATOM_NONE || !convert(requestor, pairs[index], pairs[index + 1])) {
             pairs[index + 1] = XCB_ATOM_NONE;

@@ -283,6 +283,9 @@ private:
             write(transfer.request, transfer.request.target, 8, *piece);
             xcb_flush(get());
         }
+        if (piece && piece->empty() && !isQuiet_) {
+            say("end");
+        }
         if (!piece || piece->empty()) {
             transfers_.erase(found);
         }
@@ -603,6 +606,12 @@ const std::map<std::string_view, Mode>& modes() {
              Pieces pieces = piecesOf(patterned("slow", 8 * mebibyte), 256 * kibibyte);
              pieces.pause = milliseconds(pause);
              owner.behave(offeringText(owner, givingPieces(owner, 8 * mebibyte, std::move(pieces))));
+         }},
+        {"late-pieces",
+         [](Owner& owner, int pause) {
+             Pieces pieces = piecesOf(patterned("late", 2 * kibibyte), kibibyte);
+             pieces.pause = milliseconds(pause);
+             owner.behave(offeringText(owner, givingPieces(owner, 2 * kibibyte, std::move(pieces))));
          }},
         {"empty-pieces",
          [](Owner& owner, int) {
