@@ -70,8 +70,11 @@ RowList::Rows rowsOf(const std::vector<Wound>& wounds, MordanSpice& spice) {
     };
 }
 
-/// The keys that work on a row wherever it is.
+/// The keys that work on a row wherever it is, once the user sees which one has the keyboard.
 bool pressRowKey(const QKeyEvent& key, WoundRow& row) {
+    if (!row.hasAttention()) {
+        return false;
+    }
     if (key.key() == Qt::Key_P && key.modifiers() == Qt::ControlModifier) {
         row.togglePin();
         return true;
@@ -329,6 +332,7 @@ MordanMenuSection::MordanMenuSection(MordanSpice& spice, QWidget* parent)
     column->setSpacing(0);
     column->addWidget(list_);
     column->addWidget(nothing_);
+    nothing_->setContentsMargins(paddingX, 0, paddingX, 0);
     list_->setTabMoves(true);
     list_->onKey([this](QKeyEvent& key, int index) {
         ListRow& row = *list_->row(index);
@@ -339,6 +343,10 @@ MordanMenuSection::MordanMenuSection(MordanSpice& spice, QWidget* parent)
         return pressRowKey(key, static_cast<WoundRow&>(row));
     });
     refresh();
+}
+
+int MordanMenuSection::bleed() const {
+    return paddingX;
 }
 
 void MordanMenuSection::refresh() {

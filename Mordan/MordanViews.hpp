@@ -132,6 +132,8 @@ public:
 
     MordanMenuSection(MordanSpice& spice, QWidget* parent);
 
+    int bleed() const override;
+
 protected:
     void refresh() override;
 

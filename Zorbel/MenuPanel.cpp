@@ -32,11 +32,17 @@ constexpr int footerPadding = 12;
 QWidget* makeSection(Spice& spice, QWidget* parent) {
     auto* section = new QWidget(parent);
     setAccessible(*section, QAccessible::Grouping, qString(spice.name()));
+    QWidget* content = spice.menuSection().build(section);
+    const auto* view = dynamic_cast<const LiveView*>(content);
+    const int bleed = view ? view->bleed() : 0;
     auto* column = new QVBoxLayout(section);
-    column->setContentsMargins(sectionPadding, sectionPadding, sectionPadding, sectionPadding);
+    column->setContentsMargins(sectionPadding - bleed, sectionPadding, sectionPadding - bleed,
+                               sectionPadding);
     column->setSpacing(8);
-    column->addWidget(makeText(qString(spice.name()), interfaceFont(11.5, QFont::Medium, 0.3), malaiDim));
-    if (QWidget* content = spice.menuSection().build(section)) {
+    QLabel* heading = makeText(qString(spice.name()), interfaceFont(11.5, QFont::Medium, 0.3), malaiDim);
+    heading->setContentsMargins(bleed, 0, bleed, 0);
+    column->addWidget(heading);
+    if (content) {
         column->addWidget(content);
     }
     return section;

@@ -913,6 +913,21 @@ TEST_F(MordanViewsTest, TheMenuSectionWorksByTheKeyboard) {
     EXPECT_EQ(currentLine(), "entry 2");
 }
 
+TEST_F(MordanViewsTest, ARowThatGotTheKeyboardUnaskedNeitherShowsItNorForgets) {
+    copyMany(3);
+    MordanMenuSection& section = openSection();
+    ASSERT_EQ(currentLine(), "entry 3") << "the first control of the window";
+    EXPECT_TRUE(parts<SymbolButton>(section).empty());
+    press(Qt::Key_Delete);
+    press(Qt::Key_P, Qt::ControlModifier);
+    EXPECT_EQ(linesIn(section), (QStringList{"entry 3", "entry 2", "entry 1"}));
+    EXPECT_FALSE(spice.items().back().pinned);
+    press(Qt::Key_Down);
+    EXPECT_EQ(parts<SymbolButton>(section).size(), 2U);
+    press(Qt::Key_Delete);
+    EXPECT_EQ(linesIn(section), (QStringList{"entry 3", "entry 1"}));
+}
+
 TEST_F(MordanViewsTest, AScreenReaderPressesARowOfTheMenuSection) {
     copy("tea");
     copy("milk");

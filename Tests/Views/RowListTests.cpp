@@ -405,6 +405,27 @@ TEST_F(RowListTest, TheRowUnderThePointerStaysThere) {
     EXPECT_EQ(placeOf("4"), 3 * rowHeight);
 }
 
+TEST_F(RowListTest, ARowHasAttentionWhenItIsGivenTheKeyboard) {
+    fill(5);
+    open();
+    list->setCurrent(1);
+    settle();
+    EXPECT_TRUE(rows().at(1)->hasAttention());
+    EXPECT_FALSE(rows().at(0)->hasAttention());
+    const int before = rows().at(1)->attentions;
+    press(Qt::Key_Down);
+    EXPECT_FALSE(rows().at(1)->hasAttention());
+    EXPECT_EQ(rows().at(1)->attentions, before + 1);
+    EXPECT_TRUE(rows().at(2)->hasAttention());
+    other->setFocus();
+    rows().at(2)->setFocus(Qt::ActiveWindowFocusReason);
+    EXPECT_EQ(focused(), "2");
+    EXPECT_FALSE(rows().at(2)->hasAttention()) << "it came with the window";
+    QTest::mouseClick(rows().at(2), Qt::LeftButton);
+    settle();
+    EXPECT_TRUE(rows().at(2)->hasAttention()) << "now it was asked for";
+}
+
 TEST_F(RowListTest, TheHoverFollowsThePointerAsItScrolls) {
     fill(100);
     open();

@@ -26,6 +26,10 @@ public:
 
     ~LiveView() override;
 
+    /// How far the view reaches into the margins left and right of the place it is shown in, in points: rows
+    /// whose shade lies round their content line up with what stands above them.
+    virtual int bleed() const { return 0; }
+
 protected:
     /// Writes what the model says now; equal values must not repaint.
     virtual void refresh() = 0;

@@ -15,6 +15,15 @@
 
 namespace ZorbelKit {
 
+namespace {
+
+/// Whether the keyboard comes and goes with the window, or is lent to a popup.
+bool isOfWindow(Qt::FocusReason reason) {
+    return reason == Qt::ActiveWindowFocusReason || reason == Qt::PopupFocusReason;
+}
+
+} // namespace
+
 ListRow::ListRow(QWidget* parent)
     : FocusButton(parent)
     , shade_(*this) {
@@ -26,6 +35,18 @@ void ListRow::setHovered(bool hovered) {
         isHovered_ = hovered;
         noticeAttention();
     }
+}
+
+void ListRow::takeKeyboard(Qt::FocusReason reason) {
+    setFocus(reason);
+    if (!std::exchange(wasGivenKeyboard_, true)) {
+        noticeAttention();
+    }
+}
+
+void ListRow::mousePressEvent(QMouseEvent* event) {
+    FocusButton::mousePressEvent(event);
+    takeKeyboard(Qt::MouseFocusReason);
 }
 
 void ListRow::noticeAttention() {
@@ -52,12 +73,19 @@ void ListRow::paintEvent(QPaintEvent*) {
 
 void ListRow::focusInEvent(QFocusEvent* event) {
     FocusButton::focusInEvent(event);
+    wasGivenKeyboard_ = wasGivenKeyboard_ || !isOfWindow(event->reason());
     noticeAttention();
 }
 
 void ListRow::focusOutEvent(QFocusEvent* event) {
     FocusButton::focusOutEvent(event);
+    wasGivenKeyboard_ = wasGivenKeyboard_ && isOfWindow(event->reason());
     noticeAttention();
+}
+
+void ListRow::hideEvent(QHideEvent* event) {
+    wasGivenKeyboard_ = false;
+    FocusButton::hideEvent(event);
 }
 
 RowList::RowList(const QString& name, int rowHeight, Rows rows, QWidget* parent)
@@ -318,7 +346,7 @@ void RowList::takeFocus(int index, Qt::FocusReason reason) {
     reveal(index);
     arrange(false);
     const QScopedValueRollback moving(isMoving_, true);
-    row(index)->setFocus(reason);
+    row(index)->takeKeyboard(reason);
 }
 
 bool RowList::pressKey(QKeyEvent& key, int index) {

@@ -14,16 +14,20 @@ class QKeyEvent;
 
 namespace ZorbelKit {
 
-/// A row of a RowList. It knows whether it has the user's attention: the pointer on it, or the keyboard.
+/// A row of a RowList. It knows whether it has the user's attention: the pointer on it, or the keyboard. A
+/// keyboard that only came with the window, unasked, is none.
 class ListRow : public FocusButton {
 public:
     explicit ListRow(QWidget* parent);
 
     bool isHovered() const { return isHovered_; }
-    bool hasAttention() const { return isHovered_ || hasFocus(); }
+    bool hasAttention() const { return isHovered_ || (wasGivenKeyboard_ && hasFocus()); }
 
     /// Called by the list, which also sees the rows move under a pointer that rests.
     void setHovered(bool hovered);
+
+    /// Takes the keyboard, also when it has it unasked.
+    void takeKeyboard(Qt::FocusReason reason);
 
 protected:
     /// The pointer or the keyboard came or went.
@@ -35,11 +39,14 @@ protected:
     void paintEvent(QPaintEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
+    void hideEvent(QHideEvent* event) override;
+    void mousePressEvent(QMouseEvent* event) override;
 
 private:
     void noticeAttention();
 
     bool isHovered_ = false;
+    bool wasGivenKeyboard_ = false; // also while its window is not the active one
     Glide shade_;
 };
 

@@ -85,7 +85,7 @@ bool SelectionConnection::isOurs(xcb_window_t window) const {
 
 xcb_window_t SelectionConnection::makeWindow() const {
     const xcb_window_t window = xcb_generate_id(get());
-    constexpr std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE;
+    constexpr std::uint32_t mask = XCB_EVENT_MASK_PROPERTY_CHANGE | XCB_EVENT_MASK_STRUCTURE_NOTIFY;
     xcb_create_window(get(), XCB_COPY_FROM_PARENT, window, root_, -1, -1, 1, 1, 0,
                       XCB_WINDOW_CLASS_INPUT_ONLY, XCB_COPY_FROM_PARENT, XCB_CW_EVENT_MASK, &mask);
     return window;

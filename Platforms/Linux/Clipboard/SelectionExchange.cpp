@@ -27,9 +27,17 @@ void SelectionExchange::write(const ZorbelKit::SharedText& text) {
     wake();
 }
 
-void SelectionExchange::setWatched(bool isWatched) {
+void SelectionExchange::beginWatching() {
+    std::unique_lock lock(mutex_);
+    orders_.isWatched = true;
+    ++orders_.watching;
+    wake();
+    answered_.wait(lock, [this] { return !isServed_ || confirmed_ == orders_.watching; });
+}
+
+void SelectionExchange::endWatching() {
     const std::lock_guard lock(mutex_);
-    orders_.isWatched = isWatched;
+    orders_.isWatched = false;
     wake();
 }
 
@@ -58,6 +66,20 @@ SelectionExchange::Orders SelectionExchange::takeOrders() {
     return orders;
 }
 
+void SelectionExchange::confirmWatching(int watching) {
+    const std::lock_guard lock(mutex_);
+    confirmed_ = watching;
+    answered_.notify_all();
+}
+
+void SelectionExchange::writeAgain(const ZorbelKit::SharedText& text) {
+    const std::lock_guard lock(mutex_);
+    if (!orders_.write) {
+        orders_.write = text;
+        wake();
+    }
+}
+
 void SelectionExchange::publish(CopiedContent content) {
     std::unique_lock lock(mutex_);
     if (!orders_.write) {
@@ -78,6 +100,7 @@ void SelectionExchange::giveUpServing() {
     const std::lock_guard lock(mutex_);
     isServed_ = false;
     orders_.write.reset();
+    answered_.notify_all();
 }
 
 void SelectionExchange::set(std::unique_lock<std::mutex>& lock, CopiedContent content) {

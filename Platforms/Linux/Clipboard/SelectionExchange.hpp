@@ -2,6 +2,7 @@
 
 #include "Platforms/Linux/Clipboard/CopiedContent.hpp"
 
+#include <condition_variable>
 #include <cstdint>
 #include <memory>
 #include <mutex>
@@ -22,6 +23,7 @@ public:
     struct Orders {
         std::optional<ZorbelKit::SharedText> write; // to be offered to other programs
         bool isWatched = false;
+        int watching = 0;      // how often watching has begun
         bool isEnding = false; // the program quits
     };
 
@@ -34,7 +36,11 @@ public:
 
     std::shared_ptr<const Snapshot> snapshot() const;
     void write(const ZorbelKit::SharedText& text); // counts at once
-    void setWatched(bool isWatched);
+
+    /// Changes from before the return are none of the watching that begins. Waits until a thread that is
+    /// there has taken notice; it is never kept by other programs.
+    void beginWatching();
+    void endWatching();
     void setEnding();
 
     /// Whether a thread takes orders. It stops by itself once there is nothing to do.
@@ -45,6 +51,10 @@ public:
 
     int wakeDescriptor() const { return wake_; } // can be read from while there are new orders
     Orders takeOrders();
+    void confirmWatching(int watching);
+
+    /// Orders a text once more that was written before, unless something else was written since. Not counted.
+    void writeAgain(const ZorbelKit::SharedText& text);
 
     /// Counts a change by another program, unless we have written since: that is newer then.
     void publish(CopiedContent content);
@@ -63,6 +73,8 @@ private:
     std::shared_ptr<const Snapshot> snapshot_ = std::make_shared<const Snapshot>();
     Orders orders_;
     bool isServed_ = false;
+    int confirmed_ = 0; // of the watching
+    std::condition_variable answered_;
     const int wake_;
 };
 

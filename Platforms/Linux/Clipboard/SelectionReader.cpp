@@ -163,6 +163,11 @@ void SelectionReader::readUrls(const SelectionProperty& content) {
 }
 
 void SelectionReader::readText(SelectionProperty content) {
+    const auto type = namesOf(std::array{std::uint32_t{content.type}});
+    if (!type.empty() && type.front().starts_with("image/")) {
+        withdrawTarget(); // asked for a text, it gave a picture
+        return;
+    }
     const bool isUtf8 = content.type == connection_.atom(SelectionName::utf8String);
     std::string text = decodedText(isUtf8 ? utf8String : asked_, std::move(content.bytes));
     if (text.size() > limits_.longestText) { // another encoding may take more room

@@ -30,6 +30,9 @@ public:
     void offer(ZorbelKit::SharedText text, xcb_timestamp_t since);
     void withdraw(); // who is reading already may finish
     bool isOffering() const { return offer_.has_value(); }
+    std::optional<ZorbelKit::SharedText> text() const { // none while nothing is offered
+        return offer_ ? std::optional(offer_->text) : std::nullopt;
+    }
     bool isBusy() const { return !transfers_.empty(); }
 
     void takeRequest(const xcb_selection_request_event_t& request);

@@ -24,20 +24,20 @@ SelectionWorker::SelectionWorker(std::unique_ptr<SelectionConnection> connection
     , server_(*connection_, limits.stalledReader) {
 }
 
-void SelectionWorker::run() {
-    while (!connection_->isLost()) {
+bool SelectionWorker::run() {
+    while (!connection_->isLost() && !isBereft_) {
         takeOrders();
         reader_.passTime();
         server_.passTime();
         if (isDone()) {
-            return;
+            return true;
         }
         xcb_flush(connection_->get());
         if (!takeEvents()) { // else there may be more, which came in between
             sleep();
         }
     }
-    exchange_.giveUpServing();
+    return false;
 }
 
 // Events
@@ -70,7 +70,7 @@ void SelectionWorker::take(const xcb_generic_event_t& event) {
         }
         break;
     case XCB_DESTROY_NOTIFY:
-        server_.forget(as<xcb_destroy_notify_event_t>(event).window);
+        takeDestruction(as<xcb_destroy_notify_event_t>(event).window);
         break;
     case XCB_PROPERTY_NOTIFY:
         takePropertyChange(as<xcb_property_notify_event_t>(event));
@@ -83,6 +83,14 @@ void SelectionWorker::take(const xcb_generic_event_t& event) {
         break;
     default:
         break;
+    }
+}
+
+void SelectionWorker::takeDestruction(xcb_window_t window) {
+    if (connection_->isOurs(window)) {
+        isBereft_ = true; // we never do that ourselves
+    } else {
+        server_.forget(window);
     }
 }
 
@@ -138,10 +146,7 @@ void SelectionWorker::takeAnswer(const xcb_selection_notify_event_t& answer) {
 
 void SelectionWorker::takeOrders() {
     SelectionExchange::Orders orders = exchange_.takeOrders();
-    isWatched_ = orders.isWatched;
-    if (!isWatched_) {
-        reader_.abandon();
-    }
+    watch(orders);
     if (orders.isEnding && !isEnding_) {
         isEnding_ = true;
         end_ = Clock::now() + std::chrono::duration_cast<Clock::duration>(limits_.handover);
@@ -152,6 +157,26 @@ void SelectionWorker::takeOrders() {
             connection_->askForTime();
         }
         claimed_ = *std::move(orders.write);
+    }
+}
+
+void SelectionWorker::watch(const SelectionExchange::Orders& orders) {
+    const bool isAnew = watching_ && *watching_ != orders.watching;
+    if (isAnew || !orders.isWatched) {
+        isWatched_ = false;
+        reader_.abandon();
+    }
+    if (isAnew) {
+        // What has happened until now happened unwatched. The answer comes after the news of it.
+        static_cast<void>(connection_->owner(SelectionName::clipboard));
+        while (const XEvent event = owned(xcb_poll_for_queued_event(connection_->get()))) {
+            take(*event);
+        }
+    }
+    isWatched_ = orders.isWatched;
+    if (watching_ != orders.watching) {
+        watching_ = orders.watching;
+        exchange_.confirmWatching(orders.watching);
     }
 }
 

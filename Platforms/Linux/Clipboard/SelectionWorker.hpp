@@ -31,19 +31,25 @@ public:
     SelectionWorker& operator=(const SelectionWorker&) = delete;
     ~SelectionWorker() = default;
 
-    /// Until nobody watches and nothing of ours can be pasted, the program quits, or the X server is gone.
-    void run();
+    /// Until nobody watches and nothing of ours can be pasted, or the program quits: true. False where the
+    /// connection or a window of it was taken from us.
+    bool run();
+
+    /// What should be there to be pasted: for the next one to offer where this one has lost its connection.
+    std::optional<ZorbelKit::SharedText> text() const { return claimed_ ? claimed_ : server_.text(); }
 
 private:
     using Clock = std::chrono::steady_clock;
 
     bool takeEvents();
     void take(const xcb_generic_event_t& event);
+    void takeDestruction(xcb_window_t window);
     void takeOwnerChange(const xcb_xfixes_selection_notify_event_t& change);
     void takePropertyChange(const xcb_property_notify_event_t& change);
     void takeAnswer(const xcb_selection_notify_event_t& answer);
 
     void takeOrders();
+    void watch(const SelectionExchange::Orders& orders);
     void claim(xcb_timestamp_t now);
     bool isClaiming() const { return claimed_ || announcements_ > 0; }
 
@@ -58,7 +64,9 @@ private:
     SelectionReader reader_;
     SelectionServer server_;
 
+    bool isBereft_ = false; // a window of ours was destroyed, and what was selected for it went with it
     bool isWatched_ = false;
+    std::optional<int> watching_;                  // how often it has begun, as far as we know
     std::optional<ZorbelKit::SharedText> claimed_; // to be offered once the server's time is known
     int announcements_ = 0;                        // of our ownership that are still to come
 

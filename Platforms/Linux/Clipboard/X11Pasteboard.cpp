@@ -7,6 +7,7 @@
 
 #include <signal.h>
 
+#include <chrono>
 #include <cstdlib>
 #include <system_error>
 #include <thread>
@@ -15,6 +16,8 @@
 namespace Linux {
 
 namespace {
+
+constexpr auto reconnectionPause = std::chrono::milliseconds(100);
 
 /// Threads that are started meanwhile get no signals: those are the main thread's, and a broken pipe ends
 /// nothing.
@@ -55,6 +58,7 @@ public:
 private:
     void unwatch();
     void serve();
+    void work(std::unique_ptr<SelectionConnection> connection); // on the thread
 
     const std::optional<std::string> display_;
     const SelectionWorker::Limits limits_;
@@ -74,7 +78,7 @@ X11Pasteboard::Link::~Link() {
 
 ZorbelKit::Token X11Pasteboard::Link::watch() {
     if (++watchers_ == 1) {
-        exchange_.setWatched(true);
+        exchange_.beginWatching();
     }
     serve();
     return ZorbelKit::Token(lifetime_.guard([this] { unwatch(); }));
@@ -82,7 +86,7 @@ ZorbelKit::Token X11Pasteboard::Link::watch() {
 
 void X11Pasteboard::Link::unwatch() {
     if (--watchers_ == 0) {
-        exchange_.setWatched(false);
+        exchange_.endWatching();
     }
 }
 
@@ -109,12 +113,29 @@ void X11Pasteboard::Link::serve() {
     exchange_.setServed();
     const WithoutSignals blocked;
     try {
-        thread_ = std::thread([this, connection = std::move(connection)]() mutable {
-            SelectionWorker(std::move(connection), limits_, exchange_).run();
-        });
+        thread_ = std::thread(
+            [this, connection = std::move(connection)]() mutable { work(std::move(connection)); });
     } catch (const std::system_error&) { // the system has no thread left
         exchange_.giveUpServing();
     }
+}
+
+/// Any program can take our connection, or a window of it, from us. It is made again then, though not as
+/// quickly as it could be taken; only without an X server it is over.
+void X11Pasteboard::Link::work(std::unique_ptr<SelectionConnection> connection) {
+    while (connection) {
+        SelectionWorker worker(std::move(connection), limits_, exchange_);
+        if (worker.run()) {
+            return;
+        }
+        std::this_thread::sleep_for(reconnectionPause);
+        connection = SelectionConnection::open(display_);
+        const auto text = worker.text();
+        if (text && connection && connection->owner(SelectionName::clipboard) == XCB_WINDOW_NONE) {
+            exchange_.writeAgain(*text);
+        }
+    }
+    exchange_.giveUpServing();
 }
 
 bool X11Pasteboard::Link::isReachable() {

@@ -301,6 +301,8 @@ const std::map<std::string_view, Mode>& modes() {
                              reader.atom("ZORBEL_PLACE"));
               }
           }}},
+        {"destroys-the-owners-window",
+         {Fetching::nothing, [](const Reader& reader) { reader.destroy(reader.owner()); }}},
         {"kills-the-owner", {Fetching::nothing, [](const Reader& reader) { reader.kill(reader.owner()); }}},
         {"windows-of-others", // the owner's own, and the root
          {Fetching::firstPiece,
