@@ -6,6 +6,7 @@
 #include "ZorbelKit/Controls/Counter.hpp"
 #include "ZorbelKit/Controls/LineText.hpp"
 #include "ZorbelKit/Controls/SearchField.hpp"
+#include "ZorbelKit/Controls/SpiceIcon.hpp"
 #include "ZorbelKit/Controls/Symbol.hpp"
 #include "ZorbelKit/Controls/SymbolButton.hpp"
 #include "ZorbelKit/Controls/Text.hpp"
@@ -37,6 +38,7 @@ constexpr int buttonsRight = 6;
 constexpr double swatchRadius = 3;
 
 constexpr int cardPadding = 6;
+constexpr double messageIcon = 48;
 constexpr int leastRows = 3; // the card has room for these at least
 
 constexpr const char* nothingHeld = "Nothing held yet.";
@@ -91,6 +93,8 @@ QWidget* makeMessage(const QStringList& lines) {
     auto* column = new QVBoxLayout(message);
     column->setSpacing(4);
     column->addStretch();
+    column->addWidget(new SpiceIcon("mordan", messageIcon, /*dimmed=*/true, message), 0, Qt::AlignHCenter);
+    column->addSpacing(8);
     for (const QString& line : lines) {
         const bool isFirst = line == lines.front();
         column->addWidget(makeText(line, isFirst ? TextStyle::callout : TextStyle::caption,
