@@ -6,8 +6,10 @@
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
 #include <QApplication>
+#include <QCursor>
 #include <QDir>
 #include <QPixmap>
+#include <QScreen>
 #include <gtest/gtest.h>
 
 namespace Views {
@@ -26,6 +28,8 @@ void settle() {
 }
 
 void show(QWidget& widget, QSize size) {
+    // The pointer begins where windows do, in the corner; nothing shall be under it unless a test says so.
+    QCursor::setPos(QGuiApplication::primaryScreen()->geometry().bottomRight());
     widget.resize(size);
     widget.show();
     settle();
