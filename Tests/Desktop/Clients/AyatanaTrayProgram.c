@@ -49,6 +49,9 @@ int main(int argumentCount, char** arguments) {
         fprintf(stderr, "usage: ayatana_tray_program ID FOLDER ICON\n");
         return 2;
     }
+    /* The library asks for the bus and for the watcher at once, and stays silent for good when the watcher is
+     * found before the bus. One that is connected already comes first, however busy the machine. */
+    GDBusConnection* bus = g_bus_get_sync(G_BUS_TYPE_SESSION, NULL, NULL);
     GtkWidget* menu = gtk_menu_new();
     GtkWidget* open = addChoice(menu, gtk_menu_item_new_with_label("Open"));
     addChoice(menu, gtk_check_menu_item_new_with_label("Awake"));
@@ -67,5 +70,6 @@ int main(int argumentCount, char** arguments) {
     g_signal_connect(indicator, "scroll-event", G_CALLBACK(scrolled), NULL);
     say("shown", arguments[1]);
     gtk_main();
+    g_clear_object(&bus);
     return 0;
 }
