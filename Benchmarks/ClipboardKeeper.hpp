@@ -75,7 +75,8 @@ private:
     NotedLoop noted_;
     QtPlatform::QtClock clock_;
     Linux::X11Pasteboard pasteboard_;
-    Linux::X11Workspace workspace_;
+    Linux::EwmhDesktop desktop_{noted_};
+    Linux::X11Workspace workspace_{desktop_};
     Linux::IcuLanguage language_;
     Mordan::MordanSpice spice_;
     std::int64_t changes_ = 0; // when it was last polled

@@ -40,10 +40,6 @@ std::optional<std::uint32_t> hexDigit(char character) {
     return std::nullopt;
 }
 
-bool isControl(char32_t codePoint) {
-    return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
-}
-
 constexpr std::size_t longestWord = 48;                 // code points; from there on a word may be broken
 constexpr std::string_view breakPlace = "\xE2\x80\x8B"; // a space without width
 
@@ -77,23 +73,7 @@ std::string_view kindText(Wound::Kind kind) {
 }
 
 std::string lineText(std::string_view preview) {
-    std::string line;
-    line.reserve(preview.size());
-    bool isGap = false;
-    while (!preview.empty()) {
-        const auto next = utf8::first(preview);
-        if (utf8::isSpace(next.value) || isControl(next.value)) {
-            isGap = !line.empty();
-        } else {
-            if (isGap) {
-                line += ' ';
-                isGap = false;
-            }
-            line.append(preview.substr(0, next.length));
-        }
-        preview.remove_prefix(next.length);
-    }
-    return line;
+    return utf8::oneLine(preview);
 }
 
 std::string spokenText(const Wound& wound) {
@@ -113,7 +93,7 @@ std::string tipText(std::string_view preview) {
     std::size_t wordLength = 0;
     while (!preview.empty()) {
         const auto next = utf8::first(preview);
-        const bool isKept = next.value == '\n' || next.value == '\t' || !isControl(next.value);
+        const bool isKept = next.value == '\n' || next.value == '\t' || !utf8::isControl(next.value);
         if (isKept) {
             wordLength = utf8::isSpace(next.value) ? 0 : wordLength + 1;
             if (wordLength > longestWord && isPlainLetter(next.value)) {

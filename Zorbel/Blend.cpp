@@ -19,7 +19,8 @@ std::unique_ptr<ZorbelKit::Stall> build(const Host& host) {
     stall->add(std::make_unique<Sivrel::SivrelSpice>(host.loop, host.clock, host.defaults, host.statusBar));
     stall->add(std::make_unique<Mordan::MordanSpice>(host.loop, host.clock, host.pasteboard, host.workspace,
                                                      host.language));
-    stall->add(std::make_unique<Pintho::PinthoSpice>());
+    stall->add(std::make_unique<Pintho::PinthoSpice>(host.loop, host.clock, host.workspace,
+                                                     host.windowScreens, host.accessibility, host.shortcuts));
     stall->add(std::make_unique<Rusket::RusketSpice>(host.loop, host.statistics));
     stall->add(std::make_unique<Wendrel::WendrelSpice>());
     stall->add(std::make_unique<Duvesk::DuveskSpice>());

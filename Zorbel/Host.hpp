@@ -7,6 +7,10 @@
 #include <string>
 #include <string_view>
 
+namespace Pintho {
+class Accessibility;
+}
+
 namespace Rusket {
 class HostStatistics;
 }
@@ -29,11 +33,14 @@ struct Host {
     ZorbelKit::Clock& clock;
     ZorbelKit::Defaults& defaults;
     ZorbelKit::StatusBar& statusBar;
-    ZorbelKit::Screens& screens;
+    ZorbelKit::Screens& screens;       // as the suite's own windows see them
+    ZorbelKit::Screens& windowScreens; // as other programs' windows are placed on them
     Rusket::HostStatistics& statistics;
     ZorbelKit::Pasteboard& pasteboard;
     const ZorbelKit::Workspace& workspace;
     const ZorbelKit::Language& language;
+    Pintho::Accessibility& accessibility;
+    ZorbelKit::Shortcuts& shortcuts;
     Application& application;
     ShellWindows& windows;
     UpdaterController* updater; // null where the platform has none

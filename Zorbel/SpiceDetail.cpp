@@ -2,6 +2,7 @@
 
 #include "ZorbelKit/Controls/Accessible.hpp"
 #include "ZorbelKit/Controls/Buttons.hpp"
+#include "ZorbelKit/Controls/Capsule.hpp"
 #include "ZorbelKit/Controls/ScrollView.hpp"
 #include "ZorbelKit/Controls/SpiceIcon.hpp"
 #include "ZorbelKit/Controls/Switch.hpp"
@@ -39,37 +40,6 @@ void fit(QWidget& page, QVBoxLayout& column) {
     }
     column.setStretchFactor(&page, fills ? 1 : 0);
 }
-
-/// The role on a capsule in the spice's accent.
-class RoleCapsule : public QLabel {
-public:
-    RoleCapsule(const Spice& spice, QWidget* parent)
-        : QLabel(qString(spice.role()).toUpper(), parent)
-        , accent_(spice.accent()) {
-        setTextFormat(Qt::PlainText);
-        setFont(interfaceFont(9, QFont::DemiBold, 0.8));
-        setContentsMargins(7, 3, 7, 3);
-        setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-        QPalette colours = palette();
-        colours.setColor(QPalette::WindowText, qColor(accent_));
-        setPalette(colours);
-    }
-
-protected:
-    void paintEvent(QPaintEvent* event) override {
-        {
-            QPainter painter(this);
-            painter.setRenderHint(QPainter::Antialiasing);
-            painter.setPen(Qt::NoPen);
-            painter.setBrush(qColor(accent_.withOpacity(0.16)));
-            painter.drawRoundedRect(rect(), height() / 2.0, height() / 2.0);
-        }
-        QLabel::paintEvent(event);
-    }
-
-private:
-    Color accent_;
-};
 
 /// A picture of what was there, fading away over what is there now.
 class FadingPicture : public QWidget {
@@ -118,7 +88,7 @@ DetailHeader::DetailHeader(Spice& spice, Stall& stall, QWidget* parent)
     auto* titles = new QHBoxLayout;
     titles->setSpacing(12);
     titles->addWidget(makeText(qString(spice.name()), interfaceFont(28), malai, this));
-    titles->addWidget(new RoleCapsule(spice, this), 0, Qt::AlignVCenter);
+    titles->addWidget(new Capsule(qString(spice.role()), spice.accent(), this), 0, Qt::AlignVCenter);
     titles->addStretch();
     auto* summary = makeText(qString(spice.summary()), TextStyle::callout, malaiDim, this);
     summary->setWordWrap(true);

@@ -52,8 +52,7 @@ WaveHeader::WaveHeader(Wave wave, QWidget* parent)
     , count_(makeText("0", interfaceFont(10), malaiFaint, this)) {
     auto* row = new QHBoxLayout(this);
     row->setContentsMargins(16, 8, 16, 6);
-    row->addWidget(
-        makeText(qString(title(wave)).toUpper(), interfaceFont(10, QFont::Medium, 0.9), malaiFaint, this));
+    row->addWidget(makeHeading(qString(title(wave)), this));
     row->addStretch();
     row->addWidget(count_);
 }

@@ -7,6 +7,9 @@
 #include "Platforms/Linux/ProcHostStatistics.hpp"
 #include "Platforms/Linux/SingleInstance.hpp"
 #include "Platforms/Linux/TerminationSignals.hpp"
+#include "Platforms/Linux/Windows/X11Accessibility.hpp"
+#include "Platforms/Linux/Windows/X11Screens.hpp"
+#include "Platforms/Linux/Windows/X11Shortcuts.hpp"
 #include "Platforms/Linux/X11Workspace.hpp"
 #include "Platforms/Linux/XConnection.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
@@ -104,7 +107,11 @@ public:
         Linux::JsonDefaults defaults(settingsFile(), loop);
         Linux::ProcHostStatistics statistics;
         Linux::X11Pasteboard pasteboard;
-        const Linux::X11Workspace workspace;
+        Linux::EwmhDesktop ewmh(loop);
+        const Linux::X11Workspace workspace(ewmh);
+        Linux::X11Screens windowScreens(ewmh);
+        Linux::X11Accessibility accessibility(loop, ewmh);
+        Linux::X11Shortcuts shortcuts;
         const Linux::IcuLanguage language(QLocale().name().toStdString());
         Linux::LinuxStatusBar statusBar(loop, defaults);
         const Linux::TerminationSignals endings([&desktop] { desktop.terminate(); }, comeForward);
@@ -114,10 +121,13 @@ public:
                               .defaults = defaults,
                               .statusBar = statusBar,
                               .screens = screens,
+                              .windowScreens = windowScreens,
                               .statistics = statistics,
                               .pasteboard = pasteboard,
                               .workspace = workspace,
                               .language = language,
+                              .accessibility = accessibility,
+                              .shortcuts = shortcuts,
                               .application = desktop,
                               .windows = windows,
                               .updater = nullptr,

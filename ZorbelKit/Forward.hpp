@@ -14,6 +14,7 @@ class MainLoop;
 class Observable;
 class Pasteboard;
 class Screens;
+class Shortcuts;
 class Spice;
 class Stall;
 class StatusBar;

@@ -129,6 +129,30 @@ bool isSpace(char32_t codePoint) {
            codePoint == 0x3000;
 }
 
+bool isControl(char32_t codePoint) {
+    return codePoint < 0x20 || (codePoint >= 0x7F && codePoint < 0xA0);
+}
+
+std::string oneLine(std::string_view text) {
+    std::string line;
+    line.reserve(text.size());
+    bool isGap = false;
+    while (!text.empty()) {
+        const auto next = first(text);
+        if (isSpace(next.value) || isControl(next.value)) {
+            isGap = !line.empty();
+        } else {
+            if (isGap) {
+                line += ' ';
+                isGap = false;
+            }
+            line.append(text.substr(0, next.length));
+        }
+        text.remove_prefix(next.length);
+    }
+    return line;
+}
+
 std::string_view trimmed(std::string_view text) {
     while (!text.empty() && isSpace(first(text).value)) {
         text.remove_prefix(first(text).length);

@@ -25,6 +25,13 @@ std::string repaired(std::string text);
 /// Whether a code point is white space or ends a line.
 bool isSpace(char32_t codePoint);
 
+/// Whether a code point is one of the control characters (C0, DEL, C1).
+bool isControl(char32_t codePoint);
+
+/// `text` on one line: runs of white space, line ends and control characters become one space each, and those
+/// at both its ends go.
+std::string oneLine(std::string_view text);
+
 /// `text` without the white space and line ends at both its ends.
 std::string_view trimmed(std::string_view text);
 

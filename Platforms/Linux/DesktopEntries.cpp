@@ -88,15 +88,16 @@ DesktopEntries::DesktopEntries(std::vector<fs::path> folders, std::string locale
     , locale_(std::move(locale)) {
 }
 
-std::optional<std::string> DesktopEntries::nameOfClass(std::string_view windowClass) {
+std::optional<DesktopEntries::Entry> DesktopEntries::ofClass(std::string_view windowClass) {
     readAgainIfChanged();
-    const std::string key = lowered(windowClass);
-    for (const auto* names : {&byClass_, &byId_}) {
-        if (const auto found = names->find(key); found != names->end()) {
-            return found->second;
-        }
-    }
-    return std::nullopt;
+    const auto announced = byClass_.find(lowered(windowClass));
+    return withId(announced == byClass_.end() ? windowClass : announced->second);
+}
+
+std::optional<DesktopEntries::Entry> DesktopEntries::withId(std::string_view id) {
+    readAgainIfChanged();
+    const auto found = byId_.find(lowered(id));
+    return found == byId_.end() ? std::nullopt : std::optional(found->second);
 }
 
 std::vector<fs::path> DesktopEntries::standardFolders() {
@@ -148,6 +149,7 @@ void DesktopEntries::readFile(const fs::path& file) {
     const std::vector<std::string> wanted = suffixes(locale_);
     std::size_t rank = wanted.size() + 1; // of the name so far; the lower, the better
     std::string name;
+    std::string icon;
     std::string windowClass;
     bool isInEntry = false;
     std::ifstream stream(file);
@@ -164,6 +166,8 @@ void DesktopEntries::readFile(const fs::path& file) {
         const std::string_view value = stripped(text.substr(equals + 1));
         if (key == "StartupWMClass") {
             windowClass = unescaped(value);
+        } else if (key == "Icon") {
+            icon = unescaped(value);
         } else if (key == "Name" && rank > wanted.size()) {
             rank = wanted.size();
             name = unescaped(value);
@@ -181,9 +185,11 @@ void DesktopEntries::readFile(const fs::path& file) {
         return;
     }
     // The first of a name wins: the user's own folder comes before the system's.
-    byId_.emplace(lowered(file.stem().string()), name);
-    if (!windowClass.empty()) {
-        byClass_.emplace(lowered(windowClass), name);
+    const std::string id = ZorbelKit::utf8::repaired(file.stem().string());
+    const bool isFirst =
+        byId_.try_emplace(lowered(id), Entry{id, name, ZorbelKit::utf8::repaired(icon)}).second;
+    if (isFirst && !windowClass.empty()) {
+        byClass_.emplace(lowered(windowClass), lowered(id));
     }
 }
 

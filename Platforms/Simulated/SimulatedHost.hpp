@@ -1,11 +1,13 @@
 #pragma once
 
+#include "Platforms/Simulated/SimulatedAccessibility.hpp"
 #include "Platforms/Simulated/SimulatedDefaults.hpp"
 #include "Platforms/Simulated/SimulatedHostStatistics.hpp"
 #include "Platforms/Simulated/SimulatedLanguage.hpp"
 #include "Platforms/Simulated/SimulatedMainLoop.hpp"
 #include "Platforms/Simulated/SimulatedPasteboard.hpp"
 #include "Platforms/Simulated/SimulatedScreens.hpp"
+#include "Platforms/Simulated/SimulatedShortcuts.hpp"
 #include "Platforms/Simulated/SimulatedStatusBar.hpp"
 #include "Platforms/Simulated/SimulatedWorkspace.hpp"
 
@@ -22,10 +24,12 @@ struct SimulatedHost {
     SimulatedPasteboard pasteboard;
     SimulatedWorkspace workspace;
     SimulatedLanguage language;
+    SimulatedAccessibility accessibility;
+    SimulatedShortcuts shortcuts;
 
     /// Everything a spice could have left behind.
     int liveThings() const {
-        return loop.liveTimers() + statusBar.liveItems() + pasteboard.watchers() +
+        return loop.liveTimers() + statusBar.liveItems() + pasteboard.watchers() + shortcuts.liveGrabs() +
                ZorbelKit::Observable::liveObserversForTesting();
     }
 };

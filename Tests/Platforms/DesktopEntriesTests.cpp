@@ -30,7 +30,13 @@ protected:
 
     std::optional<std::string> name(const std::string& windowClass,
                                     const std::string& locale = "en_GB") const {
-        return DesktopEntries({own(), everybodys()}, locale).nameOfClass(windowClass);
+        DesktopEntries entries({own(), everybodys()}, locale);
+        return nameIn(entries, windowClass);
+    }
+
+    static std::optional<std::string> nameIn(DesktopEntries& entries, const std::string& windowClass) {
+        const auto entry = entries.ofClass(windowClass);
+        return entry ? std::optional(entry->name) : std::nullopt;
     }
 
 private:
@@ -112,18 +118,46 @@ TEST_F(DesktopEntriesTest, WhatIsNoDesktopFileIsLeftOut) {
 
 TEST_F(DesktopEntriesTest, MissingFoldersAreNoTrouble) {
     DesktopEntries entries({own() / "nowhere", everybodys()}, "en");
-    EXPECT_EQ(entries.nameOfClass("xterm"), std::nullopt);
+    EXPECT_EQ(nameIn(entries, "xterm"), std::nullopt);
     write(everybodys() / "xterm.desktop", "[Desktop Entry]\nName=Terminal\n");
-    EXPECT_EQ(entries.nameOfClass("xterm"), "Terminal");
+    EXPECT_EQ(nameIn(entries, "xterm"), "Terminal");
 }
 
 TEST_F(DesktopEntriesTest, SeesWhatIsInstalledLater) {
     DesktopEntries entries({own(), everybodys()}, "en");
-    EXPECT_EQ(entries.nameOfClass("xterm"), std::nullopt);
+    EXPECT_EQ(nameIn(entries, "xterm"), std::nullopt);
     write(own() / "xterm.desktop", "[Desktop Entry]\nName=Terminal\n");
     fs::last_write_time(own(), fs::file_time_type::clock::now() + std::chrono::seconds(5));
-    EXPECT_EQ(entries.nameOfClass("xterm"), "Terminal");
+    EXPECT_EQ(nameIn(entries, "xterm"), "Terminal");
     fs::remove(own() / "xterm.desktop");
     fs::last_write_time(own(), fs::file_time_type::clock::now() + std::chrono::seconds(9));
-    EXPECT_EQ(entries.nameOfClass("xterm"), std::nullopt);
+    EXPECT_EQ(nameIn(entries, "xterm"), std::nullopt);
+}
+
+TEST_F(DesktopEntriesTest, KnowsAProgramsIdAndPicture) {
+    write(own() / "org.example.Editor.desktop",
+          "[Desktop Entry]\nName=Text Editor\nIcon=org.example.Editor\nStartupWMClass=Gedit\n");
+    write(own() / "plain.desktop", "[Desktop Entry]\nName=Plain\n");
+    write(own() / "path.desktop", "[Desktop Entry]\nIcon=/usr/share/a\\sb.png\nName=Path\n"
+                                  "[Desktop Action New]\nIcon=other\n");
+    write(own() / "broken.desktop", "[Desktop Entry]\nName=Broken\nIcon=caf\xE9\n");
+    DesktopEntries entries({own(), everybodys()}, "en");
+    using Entry = DesktopEntries::Entry;
+    const Entry editor{"org.example.Editor", "Text Editor", "org.example.Editor"};
+    EXPECT_EQ(entries.ofClass("gedit"), editor);
+    EXPECT_EQ(entries.withId("org.example.Editor"), editor);
+    EXPECT_EQ(entries.withId("org.example.editor"), editor);
+    EXPECT_EQ(entries.withId("gedit"), std::nullopt) << "a class is no id";
+    EXPECT_EQ(entries.withId("plain"), (Entry{"plain", "Plain", ""}));
+    EXPECT_EQ(entries.withId("path"), (Entry{"path", "Path", "/usr/share/a b.png"}));
+    EXPECT_EQ(entries.withId("broken"), (Entry{"broken", "Broken", "caf\xEF\xBF\xBD"}));
+    EXPECT_EQ(entries.withId(""), std::nullopt);
+}
+
+TEST_F(DesktopEntriesTest, AFileOfTheUsersOwnHidesTheClassOfTheOther) {
+    write(own() / "tea.desktop", "[Desktop Entry]\nName=Mine\nIcon=mine\n");
+    write(everybodys() / "tea.desktop", "[Desktop Entry]\nName=Theirs\nStartupWMClass=Pot\n");
+    DesktopEntries entries({own(), everybodys()}, "en");
+    EXPECT_EQ(entries.ofClass("pot"), std::nullopt);
+    EXPECT_EQ(entries.ofClass("tea"), (DesktopEntries::Entry{"tea", "Mine", "mine"}));
 }

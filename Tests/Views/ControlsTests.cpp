@@ -1,5 +1,6 @@
 #include "Tests/Views/ViewTests.hpp"
 #include "ZorbelKit/Controls/Buttons.hpp"
+#include "ZorbelKit/Controls/Capsule.hpp"
 #include "ZorbelKit/Controls/Counter.hpp"
 #include "ZorbelKit/Controls/LineText.hpp"
 #include "ZorbelKit/Controls/LiveView.hpp"
@@ -28,6 +29,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <memory>
 
 namespace {
 
@@ -252,7 +254,12 @@ constexpr const char* symbols[] = {"text.alignleft",
                                    "pin.fill",
                                    "xmark",
                                    "magnifyingglass",
-                                   "checkmark"};
+                                   "checkmark",
+                                   "macwindow",
+                                   "laptopcomputer",
+                                   "display",
+                                   "rectangle",
+                                   "rectangle.lefthalf.filled"};
 
 TEST(Symbol, EachHasADrawingOfItsOwnInTheColourAskedFor) {
     std::vector<QImage> pictures;
@@ -517,6 +524,24 @@ TEST(Text, TheTimeOfDayIsTheLanguagesShortForm) {
     QLocale::setDefault(before);
 }
 
+TEST(Heading, IsInCapitalsAndAHeadingForReaders) {
+    const std::unique_ptr<QLabel> heading(makeHeading("Put it here"));
+    EXPECT_EQ(heading->text(), "PUT IT HERE");
+    const auto* reader = QAccessible::queryAccessibleInterface(heading.get());
+    EXPECT_EQ(reader->role(), QAccessible::Heading);
+    EXPECT_EQ(reader->text(QAccessible::Name), "PUT IT HERE");
+}
+
+TEST(Capsule, BearsItsWordsInCapitalsOnAGroundOfItsColour) {
+    Capsule capsule("Main", brass);
+    show(capsule, capsule.sizeHint());
+    EXPECT_EQ(capsule.text(), "MAIN");
+    const QImage picture = capsule.grab().toImage();
+    const QColor ground = picture.pixelColor(picture.width() / 2, 1);
+    EXPECT_NE(ground, picture.pixelColor(0, 0)) << "its ends are round";
+    EXPECT_EQ(ground, picture.pixelColor(picture.width() / 2, picture.height() - 2));
+}
+
 TEST(Symbols, PictureOfAllOfThem) {
     QWidget board;
     QPalette ground = board.palette();
@@ -534,7 +559,7 @@ TEST(Symbols, PictureOfAllOfThem) {
     }
     show(board, board.sizeHint());
     savePicture(board, "symbols");
-    EXPECT_EQ(column, 10);
+    EXPECT_EQ(column, static_cast<int>(std::size(symbols)));
 }
 
 TEST(Controls, PictureOfAllOfThem) {

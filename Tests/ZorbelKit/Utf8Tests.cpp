@@ -107,6 +107,30 @@ TEST(Utf8, TrimsWhiteSpaceAndLineEndsOfEveryScript) {
     }
 }
 
+TEST(Utf8, PutsATextOnOneLine) {
+    const struct {
+        const char* name;
+        std::string text;
+        std::string line;
+    } rows[] = {
+        {"empty", "", ""},
+        {"one line", "green tea", "green tea"},
+        {"line ends and tabs", "one\r\ntwo\tthree\n", "one two three"},
+        {"only white space", " \n\t ", ""},
+        {"control characters of both kinds",
+         std::string("a\0b\x7F\xC2\x9B"
+                     "c",
+                     7),
+         "a b c"},
+        {"a separator of paragraphs", "a\xE2\x80\xA9z", "a z"},
+        {"what is no UTF-8 stays", "a\xFFz", "a\xFFz"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        EXPECT_EQ(utf8::oneLine(row.text), row.line);
+    }
+}
+
 TEST(Utf8, CutsAtTheEndOfACodePoint) {
     const std::string text = "aé茶🫖";
     const struct {

@@ -1,5 +1,7 @@
 #include "ZorbelKit/Controls/Text.hpp"
 
+#include "ZorbelKit/Controls/Accessible.hpp"
+#include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
 #include <QDateTime>
@@ -34,6 +36,14 @@ QLabel* makeText(const QString& text, const QFont& font, const Color& colour, QW
 
 QLabel* makeText(const QString& text, TextStyle style, const Color& colour, QWidget* parent) {
     return makeText(text, styleFont(style), colour, parent);
+}
+
+QLabel* makeHeading(const QString& text, QWidget* parent) {
+    // The role before the text: with the text the toolkit introduces the label to readers, once and for all.
+    QLabel* label = makeText("", interfaceFont(10, QFont::Medium, 0.9), malaiFaint, parent);
+    setAccessible(*label, QAccessible::Heading, text.toUpper());
+    label->setText(text.toUpper());
+    return label;
 }
 
 } // namespace ZorbelKit

@@ -26,4 +26,7 @@ QFont styleFont(TextStyle style); // callout 12 points, caption 10
 QLabel* makeText(const QString& text, const QFont& font, const Color& colour, QWidget* parent = nullptr);
 QLabel* makeText(const QString& text, TextStyle style, const Color& colour, QWidget* parent = nullptr);
 
+/// The small heading of a group of controls, in capitals.
+QLabel* makeHeading(const QString& text, QWidget* parent = nullptr);
+
 } // namespace ZorbelKit

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstdint>
 #include <optional>
 #include <string>
 
@@ -7,7 +8,10 @@ namespace ZorbelKit {
 
 /// A program with windows, as its user knows it.
 struct RunningApplication {
-    std::optional<std::string> localizedName; // UTF-8; none where it has no name
+    std::int64_t processIdentifier = 0;
+    std::optional<std::string>
+        bundleIdentifier{};                     // the same for all its windows and starts; none where unknown
+    std::optional<std::string> localizedName{}; // UTF-8; none where it has no name
 
     bool operator==(const RunningApplication&) const = default;
 };
@@ -19,6 +23,12 @@ public:
 
     /// The program whose window has the keyboard; none where there is no such window.
     virtual std::optional<RunningApplication> frontmostApplication() const = 0;
+
+    /// Where a program's picture is: the path of a file, or a name in the icon theme; none where it has none.
+    virtual std::optional<std::string> iconOf(const std::string& bundleIdentifier) const = 0;
+
+    /// Of this program.
+    virtual std::optional<std::string> ownBundleIdentifier() const = 0;
 };
 
 } // namespace ZorbelKit

@@ -1,11 +1,12 @@
 #pragma once
 
+#include "Platforms/Linux/XReply.hpp"
+
 #include <xcb/xcb.h>
 
 #include <array>
 #include <cstddef>
 #include <cstdint>
-#include <cstdlib>
 #include <initializer_list>
 #include <memory>
 #include <optional>
@@ -15,23 +16,6 @@
 #include <vector>
 
 namespace Linux {
-
-/// What the X server sends, freed as the library wants it.
-template <class Sent>
-using FromServer = std::unique_ptr<Sent, decltype(&std::free)>;
-
-template <class Sent>
-FromServer<Sent> owned(Sent* sent) {
-    return {sent, &std::free};
-}
-
-using XEvent = FromServer<xcb_generic_event_t>;
-
-/// An event as what its type says it is.
-template <class Kind>
-const Kind& as(const xcb_generic_event_t& event) {
-    return reinterpret_cast<const Kind&>(event);
-}
 
 /// The names that the selection is talked about with.
 enum class SelectionName : std::size_t {
@@ -117,9 +101,6 @@ public:
     std::size_t longestRequest() const { return longestRequest_; } // bytes
 
 private:
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
     using Connection = std::unique_ptr<xcb_connection_t, Disconnect>;
 
     SelectionConnection(Connection connection, xcb_window_t root)
