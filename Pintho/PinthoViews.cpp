@@ -188,7 +188,7 @@ PermissionNotice::PermissionNotice(PinthoSpice& spice, QWidget* parent)
     lines->addWidget(
         makeParagraph("macOS requires Accessibility access to position another application's windows.",
                       TextStyle::callout, malaiDim, content));
-    hint_ = makeParagraph("", TextStyle::caption, malaiFaint, content);
+    hint_ = makeParagraph("", TextStyle::callout, malai, content);
     lines->addWidget(hint_);
     auto* grant = new BrassButton("Grant access", content);
 
@@ -199,14 +199,20 @@ PermissionNotice::PermissionNotice(PinthoSpice& spice, QWidget* parent)
     row->addWidget(grant, 0, Qt::AlignVCenter);
     makeColumn(this, 0)->addWidget(new Counter(true, content, this));
     setAccessible(*this, QAccessible::Grouping, "Access");
-    connect(grant, &QAbstractButton::clicked, this, [&spice] { spice.requestAccessibility(); });
+    connect(grant, &QAbstractButton::clicked, this, [this] { ask(); });
+    refresh();
+}
+
+void PermissionNotice::ask() {
+    hasAsked_ = true;
+    spice_.requestAccessibility();
     refresh();
 }
 
 void PermissionNotice::refresh() {
     const QString hint = qString(spice_.accessHint());
     hint_->setText(hint);
-    hint_->setVisible(!hint.isEmpty());
+    hint_->setVisible(hasAsked_ && !hint.isEmpty());
     setVisible(!spice_.hasAccessibility());
 }
 

@@ -47,8 +47,11 @@ public:
     void refresh();
 
 private:
-    const PinthoSpice& spice_;
-    QLabel* hint_;
+    void ask();
+
+    PinthoSpice& spice_;
+    QLabel* hint_; // what would help here; once the user has asked
+    bool hasAsked_ = false;
 };
 
 /// A program's own picture, or a window's where it has none.

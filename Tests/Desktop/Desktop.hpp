@@ -130,6 +130,9 @@ public:
     void setButtonDown(bool isDown, int button = XCB_BUTTON_INDEX_1) const;
     void setKeyDown(xcb_keysym_t key, bool isDown) const;
 
+    /// The key of the keyboard that gives it; none where no key does.
+    std::optional<std::uint8_t> keycode(xcb_keysym_t key) const;
+
     /// With the left button from one place to another in small steps, this key held; XCB_NO_SYMBOL: none.
     void drag(QPoint from, QPoint to, xcb_keysym_t held) const;
 
@@ -172,7 +175,6 @@ private:
     };
 
     void fake(std::uint8_t type, std::uint8_t detail, QPoint place = {}) const;
-    std::optional<std::uint8_t> keycode(xcb_keysym_t key) const;
     void settle() const; // until the server has done all that was asked
     void collect(xcb_window_t window, int depth, std::vector<Window>& found) const;
     void ask(xcb_window_t window, const char* message, const std::array<std::uint32_t, 5>& data) const;
