@@ -1,5 +1,7 @@
 #include "Platforms/Linux/XConnection.hpp"
 
+#include "Platforms/Linux/XReply.hpp"
+
 #include <QGuiApplication>
 #include <xcb/xcb.h>
 
@@ -9,14 +11,7 @@
 
 namespace Linux {
 
-namespace {
-
-template <class Reply>
-std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
-    return {reply, &std::free};
-}
-
-} // namespace
+namespace {} // namespace
 
 xcb_connection_t* xConnection() {
     const auto* x11 = qGuiApp->nativeInterface<QNativeInterface::QX11Application>();

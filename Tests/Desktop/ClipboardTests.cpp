@@ -1,4 +1,6 @@
 #include "Platforms/Linux/Clipboard/X11Pasteboard.hpp"
+#include "Platforms/Linux/XReply.hpp"
+#include "Tests/Desktop/BareServer.hpp"
 #include "Tests/Desktop/Desktop.hpp"
 #include "Tests/Desktop/Memory.hpp"
 
@@ -31,6 +33,10 @@ using Linux::X11Pasteboard;
 using ZorbelKit::PasteboardUrl;
 using ZorbelKit::PictureType;
 
+using Linux::as;
+using Linux::Disconnect;
+using Linux::owned;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -40,17 +46,7 @@ constexpr std::size_t mebibyte = std::size_t{1} << 20;
 constexpr std::size_t pieceSize = 64 << 10;
 constexpr std::uint8_t sentBySomeone = 0x80;
 
-template <class Reply>
-std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
-    return {reply, &std::free};
-}
-
-using Event = std::unique_ptr<xcb_generic_event_t, decltype(&std::free)>;
-
-template <class Kind>
-const Kind& as(const xcb_generic_event_t& event) {
-    return reinterpret_cast<const Kind&>(event);
-}
+using Event = Linux::XEvent;
 
 /// A program of its own to the X server, with one window that is never shown.
 class Client {
@@ -118,9 +114,6 @@ public:
     void disconnect() { connection_.reset(); }
 
 private:
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
     std::unique_ptr<xcb_connection_t, Disconnect> connection_;
     xcb_window_t window_ = XCB_NONE;
 };
@@ -1343,20 +1336,13 @@ TEST(Clipboard, M27_TheHintSaysWhatWaylandHides) {
 }
 
 TEST(Clipboard, TheEndOfTheXServerEndsNothingElse) {
-    const Folder folder;
-    const auto numberFile = folder.path() / "number";
-    Program server({"sh", "-c", "exec Xvfb -displayfd 3 -screen 0 64x64x24 -nolisten tcp 3>\"$0\"",
-                    numberFile.string()});
-    std::string number;
-    ASSERT_TRUE(until([&] { return static_cast<bool>(std::getline(std::ifstream(numberFile), number)); }));
-    const std::string display = ":" + number;
+    BareServer server;
     const int threads = holdings(::getpid()).threads;
-    X11Pasteboard pasteboard(display.c_str());
+    X11Pasteboard pasteboard(server.display());
     const auto watching = pasteboard.watch();
     pasteboard.setString("ours");
     EXPECT_EQ(holdings(::getpid()).threads, threads + 1);
-    server.send(SIGKILL);
-    ASSERT_TRUE(server.waitForEnd());
+    server.end(SIGKILL);
     EXPECT_TRUE(until([&] { return holdings(::getpid()).threads == threads; }));
     pasteboard.setString("still ours");
     EXPECT_EQ(pasteboard.changeCount(), 2);

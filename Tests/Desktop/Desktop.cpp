@@ -1,5 +1,7 @@
 #include "Tests/Desktop/Desktop.hpp"
 
+#include "Platforms/Linux/XReply.hpp"
+
 #include <QCoreApplication>
 #include <fcntl.h>
 #include <signal.h>
@@ -24,6 +26,7 @@ extern char** environ;
 namespace Desktop {
 
 namespace fs = std::filesystem;
+using Linux::owned; // null where a window is gone, which on a live desktop may happen at any time
 using Clock = std::chrono::steady_clock;
 
 namespace {
@@ -31,17 +34,6 @@ namespace {
 constexpr std::chrono::milliseconds pollInterval{4};
 constexpr int glassSide = 28; // the bar's height, and the width of a square item
 constexpr int barEdgePadding = 10;
-
-template <class Reply>
-struct Free {
-    void operator()(Reply* reply) const { std::free(reply); }
-};
-
-/// A reply of the X server; null where the window is gone, which on a live desktop may happen at any time.
-template <class Reply>
-std::unique_ptr<Reply, Free<Reply>> owned(Reply* reply) {
-    return std::unique_ptr<Reply, Free<Reply>>(reply);
-}
 
 std::vector<std::string> changedEnvironment(const Program::Environment& changes) {
     std::vector<std::string> result;

@@ -1,7 +1,7 @@
+#include "Tests/Desktop/BareServer.hpp"
 #include "Tests/Desktop/DesktopTest.hpp"
 
 #include <csignal>
-#include <regex>
 
 using namespace Desktop;
 
@@ -49,26 +49,15 @@ TEST_F(Endings, ASignalDuringStartUpEndsIt) {
 }
 
 TEST_F(Endings, TheEndOfTheServerEndsIt) {
-    Program server({"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"});
-    // It may first say which displays it found taken; the number stands on a line of its own.
-    std::smatch line;
-    std::string said;
-    const std::regex number("(^|\\n)(\\d+)\\n");
-    ASSERT_TRUE(until([&] {
-        said = server.output();
-        return std::regex_search(said, line, number);
-    })) << said;
-    const std::string display = ":" + line[2].str();
-
-    Program& zorbel = start({{"DISPLAY", display}});
+    BareServer server;
+    Program& zorbel = start({{"DISPLAY", server.display()}});
     {
-        const Screen nested(display.c_str());
+        const Screen nested(server.display());
         ASSERT_TRUE(until([&] { return findBar(nested).has_value(); }));
         nested.click(glassOn(findBar(nested)).center());
         ASSERT_TRUE(until([&] { return findPanel(nested).has_value(); }));
     }
-    server.send(SIGTERM);
-    ASSERT_TRUE(server.waitForEnd());
+    server.end(SIGTERM);
     const auto status = zorbel.waitForEnd();
     ASSERT_TRUE(status) << "it hangs";
     EXPECT_LT(*status, 128) << "ended by a signal: " << zorbel.output();

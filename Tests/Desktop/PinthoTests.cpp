@@ -1,3 +1,4 @@
+#include "Platforms/Linux/XReply.hpp"
 #include "Tests/Desktop/DesktopTest.hpp"
 
 #include <QDir>
@@ -10,6 +11,9 @@
 #include <vector>
 
 using namespace Desktop;
+
+using Linux::Disconnect;
+using Linux::owned;
 
 namespace {
 
@@ -30,20 +34,14 @@ public:
     /// With Control and Alt. False where another program holds the key.
     bool grab(xcb_keysym_t key) const {
         xcb_connection_t* connection = connection_.get();
-        const std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> refusal(
-            xcb_request_check(connection, xcb_grab_key_checked(connection, 1, root(),
-                                                               XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1,
-                                                               screen_.keycode(key).value_or(0),
-                                                               XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC)),
-            &std::free);
+        const auto refusal = owned(xcb_request_check(
+            connection, xcb_grab_key_checked(connection, 1, root(), XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1,
+                                             screen_.keycode(key).value_or(0), XCB_GRAB_MODE_ASYNC,
+                                             XCB_GRAB_MODE_ASYNC)));
         return !refusal;
     }
 
 private:
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
-
     xcb_window_t root() const {
         return xcb_setup_roots_iterator(xcb_get_setup(connection_.get())).data->root;
     }

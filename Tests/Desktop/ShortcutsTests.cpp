@@ -1,12 +1,15 @@
 #include "Platforms/Linux/Windows/X11Shortcuts.hpp"
+#include "Platforms/Linux/XReply.hpp"
 #include "Tests/Desktop/Desktop.hpp"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>
 
 #include <X11/keysym.h>
+#include <atomic>
 #include <cstdlib>
 #include <memory>
+#include <thread>
 
 using namespace Desktop;
 using Linux::X11Shortcuts;
@@ -15,21 +18,6 @@ using ZorbelKit::Token;
 namespace {
 
 constexpr Seconds moment{0.2}; // long enough for a key to arrive
-
-xcb_keycode_t keyOf(xcb_connection_t* connection, xcb_keysym_t symbol) {
-    const xcb_setup_t* setup = xcb_get_setup(connection);
-    const auto count = static_cast<std::uint8_t>(setup->max_keycode - setup->min_keycode + 1);
-    const std::unique_ptr<xcb_get_keyboard_mapping_reply_t, decltype(&std::free)> reply(
-        xcb_get_keyboard_mapping_reply(
-            connection, xcb_get_keyboard_mapping(connection, setup->min_keycode, count), nullptr),
-        &std::free);
-    const xcb_keysym_t* symbols = xcb_get_keyboard_mapping_keysyms(reply.get());
-    int key = 0;
-    while (key < count && symbols[key * reply->keysyms_per_keycode] != symbol) {
-        ++key;
-    }
-    return static_cast<xcb_keycode_t>(setup->min_keycode + key);
-}
 
 /// A keyboard with an American layout, and what is heard of it.
 class Shortcuts : public testing::Test {
@@ -171,12 +159,11 @@ TEST_F(Shortcuts, ARefusalLeavesNothingHeld) {
     const xcb_setup_t* setup = xcb_get_setup(other.get());
     const xcb_window_t root = xcb_setup_roots_iterator(setup).data->root;
     constexpr std::uint16_t plain = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1;
-    const auto key = keyOf(other.get(), XK_u);
+    const xcb_keycode_t key = screen.keycode(XK_u).value();
     const auto isHeldByUs = [&](std::uint16_t modifiers) {
         const auto question = xcb_grab_key_checked(other.get(), 0, root, modifiers, key, XCB_GRAB_MODE_ASYNC,
                                                    XCB_GRAB_MODE_ASYNC);
-        const std::unique_ptr<xcb_generic_error_t, decltype(&std::free)> error(
-            xcb_request_check(other.get(), question), &std::free);
+        const auto error = Linux::owned(xcb_request_check(other.get(), question));
         xcb_ungrab_key(other.get(), key, root, plain);
         return error != nullptr;
     };
@@ -197,6 +184,34 @@ TEST_F(Shortcuts, FollowTheKeyboardToAnotherLayout) {
         return until([&] { return presses == 2; }, moment);
     }));
     EXPECT_TRUE(isUnheard(XK_y));
+}
+
+TEST_F(Shortcuts, AKeyThatStaysWhereItIsIsNeverLetGo) {
+    const Token token = grab("U");
+    ASSERT_TRUE(token);
+    const std::unique_ptr<xcb_connection_t, Linux::Disconnect> other(xcb_connect(nullptr, nullptr));
+    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(other.get())).data->root;
+    const xcb_keycode_t key = screen.keycode(XK_u).value();
+    std::atomic<bool> isOver = false;
+    std::atomic<int> successes = 0;
+    std::thread prying([&] {
+        while (!isOver) {
+            const auto question =
+                xcb_grab_key_checked(other.get(), 0, root, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1, key,
+                                     XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC);
+            if (!Linux::owned(xcb_request_check(other.get(), question))) {
+                ++successes;
+                xcb_ungrab_key(other.get(), key, root, XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1);
+            }
+        }
+    });
+    for (int time = 0; time < 10; ++time) {
+        setLayout({"-layout", time % 2 == 0 ? "de" : "us"}); // U is where it was
+        EXPECT_TRUE(isHeard(XK_u));
+    }
+    isOver = true;
+    prying.join();
+    EXPECT_EQ(successes, 0);
 }
 
 TEST_F(Shortcuts, LettersAreFoundBesideAnotherScript) {

@@ -5,12 +5,13 @@
 #include "Platforms/Linux/Windows/X11Shortcuts.hpp"
 #include "Platforms/Linux/X11Workspace.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
-#include "Tests/Desktop/Desktop.hpp"
+#include "Tests/Desktop/BareServer.hpp"
+#include "Tests/Desktop/GuestClient.hpp"
+#include "Tests/Desktop/GuestWorkspace.hpp"
 
 #include <QCoreApplication>
 #include <gtest/gtest.h>
 #include <unistd.h>
-#include <xcb/res.h>
 
 #include <algorithm>
 #include <csignal>
@@ -34,7 +35,6 @@ constexpr QRect opened(300, 200, 400, 300); // of every window's client, at firs
 constexpr Seconds moment{0.4};              // longer than anything is put right later
 
 // Bits of WM_NORMAL_HINTS.
-constexpr std::uint32_t userPosition = 1;
 constexpr std::uint32_t least = 1U << 4;
 constexpr std::uint32_t most = 1U << 5;
 constexpr std::uint32_t steps = 1U << 6;
@@ -43,178 +43,10 @@ constexpr std::uint32_t base = 1U << 8;
 constexpr std::uint32_t gravity = 1U << 9;
 constexpr std::uint32_t staticGravity = 10;
 
-template <class Reply>
-std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
-    return {reply, &std::free};
-}
-
 std::string text(const QRect& rect) {
     return std::to_string(rect.width()) + "x" + std::to_string(rect.height()) + "+" +
            std::to_string(rect.x()) + "+" + std::to_string(rect.y());
 }
-
-/// The programs of the desktop, this one among them: it opens the windows that are to be placed.
-class Guests : public ZorbelKit::Workspace {
-public:
-    explicit Guests(const ZorbelKit::Workspace& all)
-        : all_(all) {}
-
-    std::optional<ZorbelKit::RunningApplication> frontmostApplication() const override {
-        return all_.frontmostApplication();
-    }
-    std::optional<std::string> iconOf(const std::string& bundleIdentifier) const override {
-        return all_.iconOf(bundleIdentifier);
-    }
-    std::optional<std::string> ownBundleIdentifier() const override { return std::nullopt; }
-
-private:
-    const ZorbelKit::Workspace& all_;
-};
-
-/// What a program says of its window.
-struct Manners {
-    // The eighteen numbers of WM_NORMAL_HINTS; where it lies at first is added.
-    std::array<std::uint32_t, 18> hints{};
-    std::vector<std::uint32_t> shadow{}; // left, right, top, bottom
-    bool isUndecorated = false;
-    const char* type = "_NET_WM_WINDOW_TYPE_NORMAL";
-    QRect frame = opened;
-};
-
-/// A program of its own to the X server, with windows.
-class Client {
-public:
-    explicit Client(const char* display = nullptr)
-        : connection_(xcb_connect(display, nullptr))
-        , screen_(xcb_setup_roots_iterator(xcb_get_setup(connection_.get())).data) {}
-
-    xcb_window_t open(const Manners& manners) const {
-        const xcb_window_t window = xcb_generate_id(get());
-        const QRect& frame = manners.frame;
-        xcb_create_window(get(), XCB_COPY_FROM_PARENT, window, screen_->root,
-                          static_cast<std::int16_t>(frame.x()), static_cast<std::int16_t>(frame.y()),
-                          static_cast<std::uint16_t>(frame.width()),
-                          static_cast<std::uint16_t>(frame.height()), 0, XCB_WINDOW_CLASS_INPUT_OUTPUT,
-                          screen_->root_visual, XCB_CW_BACK_PIXEL, &screen_->white_pixel);
-        auto hints = manners.hints;
-        hints[0] |= userPosition;
-        setNumbers(window, XCB_ATOM_WM_NORMAL_HINTS, XCB_ATOM_WM_SIZE_HINTS, {hints.begin(), hints.end()});
-        setNumbers(window, atom("_NET_WM_WINDOW_TYPE"), XCB_ATOM_ATOM, {atom(manners.type)});
-        if (!manners.shadow.empty()) {
-            setNumbers(window, atom("_GTK_FRAME_EXTENTS"), XCB_ATOM_CARDINAL, manners.shadow);
-        }
-        if (manners.isUndecorated || !manners.shadow.empty()) {
-            constexpr std::uint32_t saysDecorations = 2;
-            setNumbers(window, atom("_MOTIF_WM_HINTS"), atom("_MOTIF_WM_HINTS"),
-                       {saysDecorations, 0, 0, 0, 0});
-        }
-        setText(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, std::string("guest\0Guest", 12));
-        setText(window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, "A guest");
-        xcb_map_window(get(), window);
-        settle();
-        return window;
-    }
-
-    void close(xcb_window_t window) const {
-        xcb_destroy_window(get(), window);
-        settle();
-    }
-
-    void setShown(xcb_window_t window, bool isShown) const {
-        isShown ? xcb_map_window(get(), window) : xcb_unmap_window(get(), window);
-        settle();
-    }
-
-    void setNumbers(xcb_window_t window, xcb_atom_t property, xcb_atom_t type,
-                    const std::vector<std::uint32_t>& values) const {
-        xcb_change_property(get(), XCB_PROP_MODE_REPLACE, window, property, type, 32,
-                            static_cast<std::uint32_t>(values.size()), values.data());
-        settle();
-    }
-    void setCardinals(xcb_window_t window, const char* property,
-                      const std::vector<std::uint32_t>& values) const {
-        setNumbers(window, atom(property), XCB_ATOM_CARDINAL, values);
-    }
-
-    void setText(xcb_window_t window, xcb_atom_t property, xcb_atom_t type, const std::string& text) const {
-        xcb_change_property(get(), XCB_PROP_MODE_REPLACE, window, property, type, 8,
-                            static_cast<std::uint32_t>(text.size()), text.data());
-        settle();
-    }
-
-    /// Of the window manager, as a task bar would.
-    void askForState(xcb_window_t window, const char* state) const {
-        xcb_client_message_event_t event{};
-        event.response_type = XCB_CLIENT_MESSAGE;
-        event.format = 32;
-        event.window = window;
-        event.type = atom("_NET_WM_STATE");
-        event.data.data32[0] = 1; // add
-        event.data.data32[1] = atom(state);
-        event.data.data32[3] = 2; // for the user
-        xcb_send_event(get(), 0, root(),
-                       XCB_EVENT_MASK_SUBSTRUCTURE_REDIRECT | XCB_EVENT_MASK_SUBSTRUCTURE_NOTIFY,
-                       reinterpret_cast<const char*>(&event));
-        settle();
-    }
-
-    /// The process that made a window, as the server knows it.
-    pid_t processOf(xcb_window_t window) const {
-        owned(xcb_res_query_version_reply(get(), xcb_res_query_version(get(), 1, 2), nullptr));
-        const xcb_res_client_id_spec_t wanted{window, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
-        const auto reply = owned(
-            xcb_res_query_client_ids_reply(get(), xcb_res_query_client_ids(get(), 1, &wanted), nullptr));
-        const auto ids = xcb_res_query_client_ids_ids_iterator(reply.get());
-        return ids.rem > 0 ? static_cast<pid_t>(*xcb_res_client_id_value_value(ids.data)) : 0;
-    }
-
-    xcb_window_t root() const { return screen_->root; }
-    xcb_atom_t atom(const char* name) const {
-        const auto question = xcb_intern_atom(get(), 0, static_cast<std::uint16_t>(std::strlen(name)), name);
-        return owned(xcb_intern_atom_reply(get(), question, nullptr))->atom;
-    }
-    void settle() const { owned(xcb_get_input_focus_reply(get(), xcb_get_input_focus(get()), nullptr)); }
-
-private:
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
-    xcb_connection_t* get() const { return connection_.get(); }
-
-    std::unique_ptr<xcb_connection_t, Disconnect> connection_;
-    xcb_screen_t* screen_ = nullptr;
-};
-
-/// Another X server than the session's, without a window manager.
-class BareServer {
-public:
-    BareServer()
-        : server_({"Xvfb", "-displayfd", "1", "-screen", "0", "800x600x24", "-nolisten", "tcp", "-noreset"}) {
-        EXPECT_TRUE(until([this] { return !(display_ = number()).empty(); })) << server_.output();
-        display_ = ":" + display_;
-    }
-
-    const char* display() const { return display_.c_str(); }
-    void end() {
-        server_.send(SIGKILL);
-        EXPECT_TRUE(server_.waitForEnd());
-    }
-
-private:
-    /// Of its display: a whole line of digits among whatever else it has to say.
-    std::string number() {
-        std::istringstream lines(server_.output());
-        for (std::string line; std::getline(lines, line) && !lines.eof();) {
-            if (!line.empty() && line.find_first_not_of("0123456789") == std::string::npos) {
-                return line;
-            }
-        }
-        return {};
-    }
-
-    Program server_;
-    std::string display_;
-};
 
 std::vector<std::uint32_t> barAlongTop(std::uint32_t thickness, std::uint32_t begin, std::uint32_t end) {
     return {0, 0, thickness, 0, 0, 0, 0, 0, begin, end, 0, 0};
@@ -300,7 +132,7 @@ protected:
     }
 
     Screen screen;
-    Client client;
+    GuestClient client;
     QtPlatform::QtMainLoop loop;
     QtPlatform::QtClock clock;
     Linux::EwmhDesktop desktop{loop};
@@ -308,7 +140,7 @@ protected:
     Linux::X11Screens screens{desktop};
     Linux::X11Shortcuts shortcuts;
     Linux::X11Workspace workspace{desktop};
-    Guests guests{workspace};
+    GuestWorkspace guests{workspace};
     Pintho::PinthoSpice pintho{loop, clock, guests, screens, accessibility, shortcuts};
     bool hasOtherMonitors = false;
 };
@@ -645,6 +477,21 @@ TEST_F(Windows, P16_ASlowWindowManagerKeepsNobodyWaitingAndTheLastWishCounts) {
     expectSeenAt(window, {0, 512, 640, 512});
 }
 
+TEST_F(Windows, AProgramThatHangsIsPlacedAllTheSame) {
+    Program terminal({"xterm", "-geometry", "40x10+300+200"}, unread());
+    ASSERT_TRUE(until([&] {
+        const auto active = desktop.activeWindow();
+        return active && active->pid == terminal.pid();
+    })) << terminal.output();
+    const xcb_window_t window = desktop.activeWindow()->id;
+    terminal.send(SIGSTOP);
+    EXPECT_TRUE(pintho.place(Seat::right));
+    EXPECT_TRUE(until([&] { return seen(window).topLeft() == QPoint(640, 0); }));
+    EXPECT_GT(seen(window).height(), 1024 - 30);
+    EXPECT_LE(seen(window).height(), 1024);
+    terminal.send(SIGCONT);
+}
+
 TEST_F(Windows, P17_PartsOfTheDesktopAreNotPlaced) {
     for (const char* type :
          {"_NET_WM_WINDOW_TYPE_DESKTOP", "_NET_WM_WINDOW_TYPE_DOCK", "_NET_WM_WINDOW_TYPE_SPLASH"}) {
@@ -741,7 +588,7 @@ TEST(WindowsOfABareServer, AServerThatEndsTakesEverythingWithIt) {
     const Linux::X11Workspace workspace(desktop);
     Program manager({"openbox", "--sm-disable"}, {{"DISPLAY", server.display()}});
     ASSERT_TRUE(until([&] { return desktop.isManaged(); }));
-    server.end();
+    server.end(SIGKILL);
     EXPECT_TRUE(until([&] { return !desktop.isManaged(); }));
     EXPECT_TRUE(desktop.screens().empty());
     EXPECT_EQ(desktop.activeWindow(), std::nullopt);

@@ -1,4 +1,5 @@
 #include "Platforms/Linux/MenuBar/XEmbedTray.hpp"
+#include "Platforms/Linux/XReply.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
 #include "Tests/Desktop/Desktop.hpp"
 
@@ -18,6 +19,9 @@ using Icon = Linux::XEmbedTray::Icon;
 using IconId = Linux::XEmbedTray::IconId;
 using Pixels = Linux::XEmbedTray::Pixels;
 
+using Linux::Disconnect;
+using Linux::owned;
+
 namespace {
 
 constexpr QRect groundFrame(100, 100, 800, 28);
@@ -29,11 +33,6 @@ constexpr std::uint8_t sentBySomeone = 0x80; // in the type of an event
 const QColor groundColour(Qt::darkGreen);
 const QColor red(Qt::red);
 const QColor blue(Qt::blue);
-
-template <class Reply>
-std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
-    return {reply, &std::free};
-}
 
 std::uint32_t rgb(const QColor& colour) {
     return colour.rgb() & RGB_MASK;
@@ -120,9 +119,6 @@ public:
     }
 
 private:
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
     std::unique_ptr<xcb_connection_t, Disconnect> connection_;
     const xcb_screen_t* screen_ = nullptr;
 };

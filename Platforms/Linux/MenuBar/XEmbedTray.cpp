@@ -1,6 +1,7 @@
 #include "Platforms/Linux/MenuBar/XEmbedTray.hpp"
 
 #include "Platforms/Linux/XConnection.hpp"
+#include "Platforms/Linux/XReply.hpp"
 #include "ZorbelKit/Lifetime.hpp"
 
 #include <QGuiApplication>
@@ -50,22 +51,7 @@ constexpr std::uint16_t super = XCB_MOD_MASK_4;
 
 constexpr std::uint8_t sentBySomeone = 0x80; // in an event's type: not the server's own word
 
-template <class Reply>
-std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
-    return {reply, &std::free};
-}
-
-using Event = std::unique_ptr<xcb_generic_event_t, decltype(&std::free)>;
-
-/// An event as what its type says it is.
-template <class Kind>
-const Kind& as(const xcb_generic_event_t& event) {
-    return reinterpret_cast<const Kind&>(event);
-}
-
-struct Disconnect {
-    void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-};
+using Event = XEvent;
 
 enum Name : std::size_t {
     manager,

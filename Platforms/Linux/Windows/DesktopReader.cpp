@@ -64,7 +64,8 @@ void ManagerReader::askSecond() {
                     holds(supported, connection_.atom(DesktopName::moveResizeWindow));
     hasWorkAreas_ = holds(supported, connection_.atom(DesktopName::gtkWorkAreas));
     connection_.unwatchAll(Interest::manager);
-    checkWindow_ = check.empty() ? xcb_window_t{XCB_NONE} : check.front();
+    const bool isNamed = !check.empty() && check.front() != connection_.root();
+    checkWindow_ = isNamed ? check.front() : xcb_window_t{XCB_NONE};
     if (checkWindow_ != XCB_NONE) {
         connection_.watch(checkWindow_, Interest::manager);
         check_ = connection_.ask(checkWindow_, DesktopName::supportingCheck, 1);
@@ -88,7 +89,7 @@ void ActiveWindowReader::askFirst() {
 void ActiveWindowReader::askSecond() {
     const auto found = connection_.numbers(activeWindow_);
     connection_.unwatchAll(Interest::active);
-    window_ = found.empty() ? xcb_window_t{XCB_NONE} : found.front();
+    window_ = found.empty() || found.front() == connection_.root() ? xcb_window_t{XCB_NONE} : found.front();
     if (window_ == XCB_NONE) {
         return;
     }
@@ -101,6 +102,7 @@ void ActiveWindowReader::askSecond() {
                   .frame = connection_.ask(window_, DesktopName::frameExtents),
                   .shadow = connection_.ask(window_, DesktopName::gtkFrameExtents),
                   .place = connection_.askPlace(window_),
+                  .attributes = xcb_get_window_attributes(connection_.get(), window_),
                   .process = std::nullopt};
     if (connection_.hasProcesses()) {
         const xcb_res_client_id_spec_t wanted{window_, XCB_RES_CLIENT_ID_MASK_LOCAL_CLIENT_PID};
@@ -116,18 +118,20 @@ void ActiveWindowReader::take() {
     // Every answer is taken, wanted or not: those that are not would be kept for ever.
     const auto place = connection_.place(questions_.place);
     const auto [instance, className] = halves(connection_.text(questions_.windowClass).bytes);
-    const bool isRefused = isPartOfDesktop(connection_.numbers(questions_.type));
+    const bool isPart = isPartOfDesktop(connection_.numbers(questions_.type));
+    const auto attributes =
+        owned(xcb_get_window_attributes_reply(connection_.get(), questions_.attributes, nullptr));
     WindowShape shape;
     shape.frame = edges(connection_.numbers(questions_.frame));
     shape.shadow = edges(connection_.numbers(questions_.shadow));
     Active active{window_, processOf(), instance, className, titleOf(), {}};
-    if (!place) {
+    if (!place || !attributes) {
         connection_.forget(window_);
         return;
     }
     shape.client = {place->x, place->y, place->width, place->height};
     active.visible = visibleRect(shape);
-    if (!isRefused) {
+    if (!isPart && !attributes->override_redirect) { // out of the window manager's hands
         active_ = std::move(active);
     }
 }
@@ -233,7 +237,9 @@ void MonitorsReader::readMonitors() {
         for (; found.rem > 0; xcb_randr_monitor_info_next(&found)) {
             const xcb_randr_monitor_info_t& info = *found.data;
             const Monitor monitor{.id = info.name, .frame = {info.x, info.y, info.width, info.height}};
-            monitors_.insert(info.primary ? monitors_.begin() : monitors_.end(), monitor);
+            if (info.width > 0 && info.height > 0) { // a monitor without room holds no window
+                monitors_.insert(info.primary ? monitors_.begin() : monitors_.end(), monitor);
+            }
         }
     }
     if (monitors_.empty() && size) {

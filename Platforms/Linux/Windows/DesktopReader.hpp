@@ -75,6 +75,7 @@ private:
     struct Questions {
         xcb_get_property_cookie_t type, pid, windowClass, name, legacyName, frame, shadow;
         DesktopConnection::PlaceQuestion place;
+        xcb_get_window_attributes_cookie_t attributes;
         std::optional<xcb_res_query_client_ids_cookie_t> process;
     };
 

@@ -28,6 +28,7 @@ struct DeleteLater {
 struct Chord {
     xcb_keycode_t key = 0;
     std::uint16_t modifiers = 0;
+    bool operator==(const Chord&) const = default;
 };
 
 } // namespace
@@ -58,9 +59,11 @@ private:
     bool connect();
     void disconnect();
     void letGo(std::uint64_t id);
-    std::vector<Chord> hold(xcb_keysym_t symbol) const;
+    std::vector<Chord> chords(xcb_keysym_t symbol) const;
+    bool hold(const std::vector<Chord>& chords) const;
     void release(const std::vector<Chord>& chords) const;
     void drain();
+    void drainSoon();
     void handle(const xcb_generic_event_t& event);
     void press(const xcb_key_press_event_t& event);
     void holdAgain();
@@ -83,13 +86,14 @@ ZorbelKit::Token X11Shortcuts::Keyboard::grab(std::string_view key, std::functio
     if (symbol == XCB_NO_SYMBOL || isHeld || !connect()) {
         return {};
     }
-    std::vector<Chord> chords = hold(symbol);
-    if (chords.empty()) {
+    std::vector<Chord> chords = this->chords(symbol);
+    if (!hold(chords)) {
         if (grabs_.empty()) {
             disconnect();
         }
         return {};
     }
+    drainSoon();
     const std::uint64_t id = nextId_++;
     grabs_[id] = {symbol, std::move(chords), std::move(pressed)};
     return ZorbelKit::Token([weak = weak_from_this(), id] {
@@ -143,28 +147,34 @@ void X11Shortcuts::Keyboard::letGo(std::uint64_t id) {
     }
 }
 
-/// All or nothing: where another program holds one of the combinations, the key would work at one time and
-/// not at another.
-std::vector<Chord> X11Shortcuts::Keyboard::hold(xcb_keysym_t symbol) const {
+/// Wherever the symbol is on the keyboard, whatever lock is on.
+std::vector<Chord> X11Shortcuts::Keyboard::chords(xcb_keysym_t symbol) const {
     std::vector<Chord> chords;
-    std::vector<xcb_void_cookie_t> questions;
     for (const xcb_keycode_t key : map_->keys(symbol)) {
         for (const std::uint16_t lock : map_->locks()) {
-            const auto modifiers = static_cast<std::uint16_t>(XCB_MOD_MASK_CONTROL | map_->alt() | lock);
-            chords.push_back({key, modifiers});
-            questions.push_back(xcb_grab_key_checked(connection_.get(), 0, root_, modifiers, key,
-                                                     XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+            chords.push_back({key, static_cast<std::uint16_t>(XCB_MOD_MASK_CONTROL | map_->alt() | lock)});
         }
     }
-    bool isHeld = true;
+    return chords;
+}
+
+/// All or nothing: where another program holds one of the combinations, the key would work at one time and
+/// not at another.
+bool X11Shortcuts::Keyboard::hold(const std::vector<Chord>& chords) const {
+    std::vector<xcb_void_cookie_t> questions;
+    for (const Chord& chord : chords) {
+        questions.push_back(xcb_grab_key_checked(connection_.get(), 0, root_, chord.modifiers, chord.key,
+                                                 XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
+    }
+    bool isHeld = !chords.empty();
     for (const auto question : questions) {
         isHeld = !owned(xcb_request_check(connection_.get(), question)) && isHeld;
     }
-    if (!isHeld || xcb_connection_has_error(connection_.get())) {
+    isHeld = isHeld && !xcb_connection_has_error(connection_.get());
+    if (!isHeld) {
         release(chords);
-        return {};
     }
-    return chords;
+    return isHeld;
 }
 
 void X11Shortcuts::Keyboard::release(const std::vector<Chord>& chords) const {
@@ -223,17 +233,35 @@ void X11Shortcuts::Keyboard::press(const xcb_key_press_event_t& event) {
     }
 }
 
-/// The keys are elsewhere now.
+/// The keys may be elsewhere now; often they are not, as when another keyboard is touched. No key is let go
+/// before the new ones are held, and none that stays where it is.
 void X11Shortcuts::Keyboard::holdAgain() {
-    for (const auto& [id, grab] : grabs_) {
-        release(grab.chords);
-    }
     map_.emplace(connection_.get());
+    std::vector<Chord> left;
     for (auto& [id, grab] : grabs_) {
-        grab.chords = hold(grab.symbol);
+        std::vector<Chord> wanted = chords(grab.symbol);
+        if (wanted != grab.chords) {
+            left.insert(left.end(), grab.chords.begin(), grab.chords.end());
+            grab.chords = hold(wanted) ? std::move(wanted) : std::vector<Chord>();
+        }
     }
-    QMetaObject::invokeMethod( // whoever waits for answers takes events off the socket
-        notifier_.get(), [this] { drain(); }, Qt::QueuedConnection);
+    std::erase_if(left, [&](const Chord& chord) {
+        return std::ranges::any_of(grabs_, [&](const auto& entry) {
+            return std::ranges::find(entry.second.chords, chord) != entry.second.chords.end();
+        });
+    });
+    release(left);
+    drainSoon();
+}
+
+/// Whoever waits for answers takes events off the socket, which says nothing of them then.
+void X11Shortcuts::Keyboard::drainSoon() {
+    const auto drainNow = [weak = weak_from_this()] {
+        if (const auto keyboard = weak.lock()) {
+            keyboard->drain();
+        }
+    };
+    QMetaObject::invokeMethod(notifier_.get(), drainNow, Qt::QueuedConnection);
 }
 
 X11Shortcuts::X11Shortcuts(const char* display)

@@ -1,3 +1,4 @@
+#include "Platforms/Linux/XReply.hpp"
 #include "Tests/Desktop/Clients/Patterned.hpp"
 
 #include <poll.h>
@@ -26,6 +27,9 @@
 /// the target of every request, "error" with the number of every error of the X server, and "done" where what
 /// it does has an end.
 
+using Linux::Disconnect;
+using Linux::owned;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
@@ -37,11 +41,6 @@ constexpr auto otherText = "text/plain;charset=utf-8";
 constexpr std::size_t kibibyte = 1024;
 constexpr std::size_t mebibyte = kibibyte * kibibyte;
 constexpr xcb_atom_t noSuchAtom = 0x1ffffff0; // valid as a number, never given out by any server
-
-template <class Reply>
-std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
-    return {reply, &std::free};
-}
 
 void say(const std::string& line) {
     std::puts(line.c_str());
@@ -198,10 +197,6 @@ public:
     }
 
 private:
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
-
     struct Transfer {
         Request request;
         Pieces pieces;

@@ -1,3 +1,5 @@
+#include "Platforms/Linux/XReply.hpp"
+
 #include <poll.h>
 #include <xcb/xcb.h>
 
@@ -20,16 +22,14 @@
 /// has all its requests, "answered" or "refused" with every answer, "piece" with every piece of a text that
 /// comes in pieces, "fetched" after a pause, and "end" after the last piece.
 
+using Linux::Disconnect;
+using Linux::owned;
+
 namespace {
 
 using Clock = std::chrono::steady_clock;
 
 constexpr auto usualText = "UTF8_STRING";
-
-template <class Reply>
-std::unique_ptr<Reply, decltype(&std::free)> owned(Reply* reply) {
-    return {reply, &std::free};
-}
 
 void say(const std::string& line) {
     std::puts(line.c_str());
@@ -120,10 +120,6 @@ public:
     }
 
 private:
-    struct Disconnect {
-        void operator()(xcb_connection_t* connection) const { xcb_disconnect(connection); }
-    };
-
     xcb_connection_t* get() const { return connection_.get(); }
     const xcb_screen_t* screen() const { return xcb_setup_roots_iterator(xcb_get_setup(get())).data; }
 
