@@ -108,7 +108,7 @@ public:
         Linux::ProcHostStatistics statistics;
         Linux::X11Pasteboard pasteboard;
         Linux::EwmhDesktop ewmh(loop);
-        const Linux::X11Workspace workspace(ewmh);
+        const Linux::X11Workspace workspace(loop, ewmh);
         Linux::X11Screens windowScreens(ewmh);
         Linux::X11Accessibility accessibility(loop, ewmh);
         Linux::X11Shortcuts shortcuts;

@@ -75,27 +75,38 @@ std::string_view stripped(std::string_view text) {
     return begin == std::string_view::npos ? std::string_view() : text.substr(begin, end + 1 - begin);
 }
 
-std::optional<fs::file_time_type> timeOf(const fs::path& folder) {
-    std::error_code failure;
-    const auto time = fs::last_write_time(folder, failure);
-    return failure ? std::nullopt : std::optional(time);
+/// When each was changed last; none where there is no such folder.
+std::vector<std::optional<fs::file_time_type>> timesOf(const std::vector<fs::path>& folders) {
+    std::vector<std::optional<fs::file_time_type>> times;
+    for (const fs::path& folder : folders) {
+        std::error_code failure;
+        const auto time = fs::last_write_time(folder, failure);
+        times.push_back(failure ? std::nullopt : std::optional(time));
+    }
+    return times;
 }
 
 } // namespace
 
 DesktopEntries::DesktopEntries(std::vector<fs::path> folders, std::string locale)
     : folders_(std::move(folders))
-    , locale_(std::move(locale)) {
+    , suffixes_(suffixes(locale))
+    , changed_(timesOf(folders_)) { // before they are read: what changes meanwhile is seen the next time
+    for (const fs::path& folder : folders_) {
+        readFolder(folder);
+    }
 }
 
-std::optional<DesktopEntries::Entry> DesktopEntries::ofClass(std::string_view windowClass) {
-    readAgainIfChanged();
+bool DesktopEntries::isCurrent() const {
+    return timesOf(folders_) == changed_;
+}
+
+std::optional<DesktopEntries::Entry> DesktopEntries::ofClass(std::string_view windowClass) const {
     const auto announced = byClass_.find(lowered(windowClass));
     return withId(announced == byClass_.end() ? windowClass : announced->second);
 }
 
-std::optional<DesktopEntries::Entry> DesktopEntries::withId(std::string_view id) {
-    readAgainIfChanged();
+std::optional<DesktopEntries::Entry> DesktopEntries::withId(std::string_view id) const {
     const auto found = byId_.find(lowered(id));
     return found == byId_.end() ? std::nullopt : std::optional(found->second);
 }
@@ -119,20 +130,6 @@ std::vector<fs::path> DesktopEntries::standardFolders() {
     return folders;
 }
 
-void DesktopEntries::readAgainIfChanged() {
-    std::vector<std::optional<fs::file_time_type>> changed;
-    std::ranges::transform(folders_, std::back_inserter(changed), timeOf);
-    if (changed == changed_) {
-        return;
-    }
-    changed_ = std::move(changed);
-    byId_.clear();
-    byClass_.clear();
-    for (const fs::path& folder : folders_) {
-        readFolder(folder);
-    }
-}
-
 void DesktopEntries::readFolder(const fs::path& folder) {
     std::error_code failure;
     for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
@@ -146,8 +143,7 @@ void DesktopEntries::readFolder(const fs::path& folder) {
 }
 
 void DesktopEntries::readFile(const fs::path& file) {
-    const std::vector<std::string> wanted = suffixes(locale_);
-    std::size_t rank = wanted.size() + 1; // of the name so far; the lower, the better
+    std::size_t rank = suffixes_.size() + 1; // of the name so far; the lower, the better
     std::string name;
     std::string icon;
     std::string windowClass;
@@ -168,13 +164,13 @@ void DesktopEntries::readFile(const fs::path& file) {
             windowClass = unescaped(value);
         } else if (key == "Icon") {
             icon = unescaped(value);
-        } else if (key == "Name" && rank > wanted.size()) {
-            rank = wanted.size();
+        } else if (key == "Name" && rank > suffixes_.size()) {
+            rank = suffixes_.size();
             name = unescaped(value);
         } else if (key.starts_with("Name[") && key.ends_with(']')) {
             const auto place = static_cast<std::size_t>(
-                std::ranges::find(wanted, key.substr(5, key.size() - 6)) - wanted.begin());
-            if (place < wanted.size() && place < rank) {
+                std::ranges::find(suffixes_, key.substr(5, key.size() - 6)) - suffixes_.begin());
+            if (place < suffixes_.size() && place < rank) {
                 rank = place;
                 name = unescaped(value);
             }

@@ -9,7 +9,7 @@
 
 namespace Linux {
 
-/// The installed programs, from the desktop files that launch them. Any thread, one at a time.
+/// The installed programs as they were at one time, from the desktop files that launch them. Any thread.
 class DesktopEntries {
 public:
     struct Entry {
@@ -19,29 +19,30 @@ public:
         bool operator==(const Entry&) const = default;
     };
 
-    /// `folders` hold the desktop files, the most important first; `locale` chooses among the translations of
-    /// a name ("de_AT", "sr@latin").
+    /// Reads them all. `folders` hold the desktop files, the most important first; `locale` chooses among the
+    /// translations of a name ("de_AT", "sr@latin").
     DesktopEntries(std::vector<std::filesystem::path> folders, std::string locale);
 
+    /// Whether its folders have stayed as they were read.
+    bool isCurrent() const;
+
     /// The program whose windows are of this class: by the class its file announces (StartupWMClass), else by
-    /// the file's own name. Both halves of a class may be asked for. Looks into the folders again only when
-    /// one of them has changed.
-    std::optional<Entry> ofClass(std::string_view windowClass);
+    /// the file's own name. Both halves of a class may be asked for.
+    std::optional<Entry> ofClass(std::string_view windowClass) const;
 
     /// The program with this id, upper or lower case.
-    std::optional<Entry> withId(std::string_view id);
+    std::optional<Entry> withId(std::string_view id) const;
 
     /// The folders of the XDG base directories, as the environment names them.
     static std::vector<std::filesystem::path> standardFolders();
 
 private:
-    void readAgainIfChanged();
     void readFolder(const std::filesystem::path& folder);
     void readFile(const std::filesystem::path& file);
 
-    const std::vector<std::filesystem::path> folders_;
-    const std::string locale_;
-    std::vector<std::optional<std::filesystem::file_time_type>> changed_; // of each folder, when last read
+    std::vector<std::filesystem::path> folders_;
+    std::vector<std::string> suffixes_; // of the keys with a translation, the best first
+    std::vector<std::optional<std::filesystem::file_time_type>> changed_; // each folder
     std::map<std::string, Entry, std::less<>> byId_;                      // in lower case
     std::map<std::string, std::string, std::less<>> byClass_; // from StartupWMClass to id, both in lower case
 };

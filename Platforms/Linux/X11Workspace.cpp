@@ -22,9 +22,9 @@ std::string lowered(std::string text) {
 
 } // namespace
 
-X11Workspace::X11Workspace(const EwmhDesktop& desktop)
+X11Workspace::X11Workspace(ZorbelKit::MainLoop& loop, const EwmhDesktop& desktop)
     : desktop_(desktop)
-    , entries_(DesktopEntries::standardFolders(), QLocale().name().toStdString()) {
+    , programs_(loop, DesktopEntries::standardFolders(), QLocale().name().toStdString()) {
 }
 
 std::optional<ZorbelKit::RunningApplication> X11Workspace::frontmostApplication() const {
@@ -35,7 +35,7 @@ std::optional<ZorbelKit::RunningApplication> X11Workspace::frontmostApplication(
     ZorbelKit::RunningApplication application{.processIdentifier = window->pid};
     const std::string windowClass =
         ZorbelKit::utf8::repaired(window->className.empty() ? window->instance : window->className);
-    const auto entry = entryOf(*window);
+    const auto entry = programs_.ofWindow(window->className, window->instance);
     if (entry) {
         application.bundleIdentifier = entry->id;
         application.localizedName = entry->name;
@@ -49,18 +49,8 @@ std::optional<ZorbelKit::RunningApplication> X11Workspace::frontmostApplication(
     return application;
 }
 
-std::optional<DesktopEntries::Entry> X11Workspace::entryOf(const EwmhDesktop::ActiveWindow& window) const {
-    for (const std::string& name : {window.className, window.instance}) {
-        const auto entry = name.empty() ? std::nullopt : entries_.ofClass(name);
-        if (entry) {
-            return entry;
-        }
-    }
-    return std::nullopt;
-}
-
 std::optional<std::string> X11Workspace::iconOf(const std::string& bundleIdentifier) const {
-    const auto entry = entries_.withId(bundleIdentifier);
+    const auto entry = programs_.withId(bundleIdentifier);
     return entry && !entry->icon.empty() ? std::optional(entry->icon) : std::nullopt;
 }
 

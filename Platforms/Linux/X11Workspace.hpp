@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platforms/Linux/DesktopEntries.hpp"
+#include "Platforms/Linux/InstalledPrograms.hpp"
 #include "Platforms/Linux/Windows/EwmhDesktop.hpp"
 #include "ZorbelKit/Host/Workspace.hpp"
 
@@ -10,7 +10,7 @@ namespace Linux {
 /// programs. Without a manager, or without X, no program is in front.
 class X11Workspace : public ZorbelKit::Workspace {
 public:
-    explicit X11Workspace(const EwmhDesktop& desktop);
+    X11Workspace(ZorbelKit::MainLoop& loop, const EwmhDesktop& desktop);
 
     /// Known by the id of its desktop file where that is found by the class of its window, else by that class
     /// in lower case.
@@ -20,10 +20,8 @@ public:
     std::optional<std::string> ownBundleIdentifier() const override;
 
 private:
-    std::optional<DesktopEntries::Entry> entryOf(const EwmhDesktop::ActiveWindow& window) const;
-
     const EwmhDesktop& desktop_;
-    mutable DesktopEntries entries_;
+    mutable InstalledPrograms programs_; // what is known of them, not what is in front
 };
 
 } // namespace Linux

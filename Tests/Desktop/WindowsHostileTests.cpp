@@ -115,7 +115,7 @@ protected:
     Linux::X11Accessibility accessibility{loop, desktop};
     Linux::X11Screens screens{desktop};
     Linux::X11Shortcuts shortcuts{server.display()};
-    Linux::X11Workspace workspace{desktop};
+    Linux::X11Workspace workspace{loop, desktop};
     GuestWorkspace guests{workspace};
     Pintho::PinthoSpice pintho{loop, clock, guests, screens, accessibility, shortcuts};
 

@@ -139,7 +139,7 @@ protected:
     Linux::X11Accessibility accessibility{loop, desktop};
     Linux::X11Screens screens{desktop};
     Linux::X11Shortcuts shortcuts;
-    Linux::X11Workspace workspace{desktop};
+    Linux::X11Workspace workspace{loop, desktop};
     GuestWorkspace guests{workspace};
     Pintho::PinthoSpice pintho{loop, clock, guests, screens, accessibility, shortcuts};
     bool hasOtherMonitors = false;
@@ -585,7 +585,7 @@ TEST(WindowsOfABareServer, AServerThatEndsTakesEverythingWithIt) {
     BareServer server;
     QtPlatform::QtMainLoop loop;
     Linux::EwmhDesktop desktop(loop, server.display());
-    const Linux::X11Workspace workspace(desktop);
+    const Linux::X11Workspace workspace(loop, desktop);
     Program manager({"openbox", "--sm-disable"}, {{"DISPLAY", server.display()}});
     ASSERT_TRUE(until([&] { return desktop.isManaged(); }));
     server.end(SIGKILL);
@@ -601,7 +601,7 @@ TEST(WindowsOfABareServer, WithoutAServerThereIsNothing) {
     QtPlatform::QtMainLoop loop;
     Linux::EwmhDesktop desktop(loop, ":9999");
     Linux::X11Screens screens(desktop);
-    const Linux::X11Workspace workspace(desktop);
+    const Linux::X11Workspace workspace(loop, desktop);
     EXPECT_FALSE(desktop.isManaged());
     EXPECT_EQ(desktop.activeWindow(), std::nullopt);
     EXPECT_EQ(desktop.visible(5), std::nullopt);
