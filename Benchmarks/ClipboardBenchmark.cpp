@@ -305,6 +305,8 @@ public:
     std::optional<ZorbelKit::RunningApplication> frontmostApplication() const override {
         return std::nullopt;
     }
+    std::optional<std::string> iconOf(const std::string&) const override { return std::nullopt; }
+    std::optional<std::string> ownBundleIdentifier() const override { return std::nullopt; }
 };
 
 struct Search {

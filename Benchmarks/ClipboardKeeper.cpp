@@ -16,24 +16,6 @@ constexpr double patience = 10; // seconds
 
 } // namespace
 
-bool runUntil(const std::function<bool()>& isDone, double seconds) {
-    const Nanoseconds deadline = now() + static_cast<Nanoseconds>(seconds * 1e9);
-    QTimer wake;
-    wake.setTimerType(Qt::PreciseTimer);
-    wake.start(1);
-    while (!isDone()) {
-        if (now() > deadline) {
-            return false;
-        }
-        QCoreApplication::processEvents(QEventLoop::WaitForMoreEvents);
-    }
-    return true;
-}
-
-void runFor(double seconds) {
-    runUntil([] { return false; }, seconds);
-}
-
 Token DrivenLoop::every(Seconds, Task tick) {
     tick_ = std::move(tick);
     return Token([this] { tick_ = nullptr; });

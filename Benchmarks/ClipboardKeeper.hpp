@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Benchmarks/Measure.hpp"
+#include "Benchmarks/RunLoop.hpp"
 #include "Mordan/Mordan.hpp"
 #include "Platforms/Linux/Clipboard/X11Pasteboard.hpp"
 #include "Platforms/Linux/IcuLanguage.hpp"
@@ -14,11 +15,6 @@
 #include <string>
 
 namespace Bench {
-
-/// Runs Qt's loop until `isDone`, which is asked every millisecond and after all that happens. False when so
-/// many seconds have passed first.
-bool runUntil(const std::function<bool()>& isDone, double seconds);
-void runFor(double seconds);
 
 /// Qt's loop, whose timers tick when they are told to: for more than time would bring.
 class DrivenLoop : public QtPlatform::QtMainLoop {
@@ -76,7 +72,7 @@ private:
     QtPlatform::QtClock clock_;
     Linux::X11Pasteboard pasteboard_;
     Linux::EwmhDesktop desktop_{noted_};
-    Linux::X11Workspace workspace_{desktop_};
+    Linux::X11Workspace workspace_{driven_, desktop_};
     Linux::IcuLanguage language_;
     Mordan::MordanSpice spice_;
     std::int64_t changes_ = 0; // when it was last polled

@@ -239,6 +239,13 @@ double Samples::most() const {
     return *std::ranges::max_element(values_);
 }
 
+double Samples::percentile(int percent) const {
+    std::vector<double> sorted = values_;
+    std::ranges::sort(sorted);
+    const std::size_t rank = (sorted.size() * static_cast<std::size_t>(percent) + 99) / 100;
+    return sorted[std::max<std::size_t>(rank, 1) - 1];
+}
+
 std::string Samples::text(int decimals) const {
     if (values_.size() == 1) {
         return rounded(values_.front(), decimals);

@@ -74,9 +74,12 @@ bool isOnlyQtProgram(pid_t process);
 class Samples {
 public:
     void add(double value) { values_.push_back(value); }
+    bool isEmpty() const { return values_.empty(); }
     double median() const;
     double least() const;
     double most() const;
+    /// The least value that so many per cent of all do not exceed.
+    double percentile(int percent) const;
 
     /// "median (least–most)", or the one value.
     std::string text(int decimals) const;

@@ -37,13 +37,6 @@ constexpr int smallHeight = 38;
 constexpr double keySide = 10;
 constexpr double keyInset = 7;
 
-/// Colours laid one over the other: `share` of `over`, the rest of `under`.
-Color mixed(const Color& under, const Color& over, double share) {
-    const auto mix = [share](double a, double b) { return a + (b - a) * share; };
-    return {mix(under.red, over.red), mix(under.green, over.green), mix(under.blue, over.blue),
-            mix(under.opacity, over.opacity)};
-}
-
 /// A struck key: none of the keyboard's leads here.
 void paintStruckKey(QPainter& painter, const QPointF& topRight) {
     const QRectF key(topRight.x() - keySide, topRight.y(), keySide, keySide);
@@ -111,7 +104,7 @@ void SeatTile::refresh() {
 }
 
 void SeatTile::paintGround(QPainter& painter) const {
-    const Color shade = isDown() ? stall : mixed(kettle, kettlePeak, hover_.value());
+    const Color shade = isDown() ? stall : kettle.mixedWith(kettlePeak, hover_.value());
     const Color border = isLast() ? spiceColour("pintho") : rim;
     painter.setPen(QPen(qColor(border), 1));
     painter.setBrush(qColor(shade));
@@ -119,11 +112,13 @@ void SeatTile::paintGround(QPainter& painter) const {
 }
 
 void SeatTile::paintScreen(QPainter& painter, const QRectF& screen) const {
-    const Color fill = isDown() ? brassDim : isLast() ? spiceColour("pintho") : mixed(stall, malaiDim, 0.66);
+    const Color fill = isDown()   ? brassDim
+                       : isLast() ? spiceColour("pintho")
+                                  : stall.mixedWith(malaiDim, 0.66);
     paintSeat(painter, screen, seat_,
               {.ground = stall,
-               .border = mixed(rim, malaiDim, hover_.value()),
-               .fill = isDown() ? fill : mixed(fill, brass, hover_.value())});
+               .border = rim.mixedWith(malaiDim, hover_.value()),
+               .fill = isDown() ? fill : fill.mixedWith(brass, hover_.value())});
 }
 
 void SeatTile::paintEvent(QPaintEvent*) {
@@ -202,7 +197,7 @@ void SeatButton::paint(QPainter& painter) {
     const QRectF line(titlePadding, screen.bottom() + titleGap, width() - 2 * titlePadding,
                       QFontMetricsF(font()).height());
     painter.setFont(font());
-    painter.setPen(qColor(isLast() ? malai : mixed(malaiDim, malai, highlight())));
+    painter.setPen(qColor(isLast() ? malai : malaiDim.mixedWith(malai, highlight())));
     painter.drawText(
         line, Qt::AlignCenter,
         QFontMetricsF(font()).elidedText(accessibleName(), Qt::ElideRight, std::ceil(line.width())));

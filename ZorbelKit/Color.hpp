@@ -19,6 +19,13 @@ struct Color {
 
     constexpr Color withOpacity(double fraction) const { return {red, green, blue, fraction}; }
 
+    /// This one with so much of another laid over it: nothing at 0, all at 1.
+    constexpr Color mixedWith(const Color& other, double share) const {
+        const auto mix = [share](double from, double to) { return from + (to - from) * share; };
+        return {mix(red, other.red), mix(green, other.green), mix(blue, other.blue),
+                mix(opacity, other.opacity)};
+    }
+
     bool operator==(const Color&) const = default;
 };
 

@@ -118,7 +118,8 @@ std::vector<fs::path> DesktopEntries::standardFolders() {
     };
     const std::string home = value("HOME", "");
     std::string all = value("XDG_DATA_HOME", home.empty() ? "" : home + "/.local/share");
-    all += ":" + value("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
+    all += ':';
+    all += value("XDG_DATA_DIRS", "/usr/local/share:/usr/share");
     std::vector<fs::path> folders;
     for (std::string_view rest = all; !rest.empty();) {
         const std::string_view folder = rest.substr(0, rest.find(':'));

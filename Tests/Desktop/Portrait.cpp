@@ -17,6 +17,7 @@
 ///     portrait FOLDER            bar, panel, dashboard, desktop
 ///     portrait FOLDER --empty    only the dashboard, of a Zorbel in which nothing is selected
 ///     portrait FOLDER --icons    only the bar, with the icons of three other programs that run too
+///     portrait FOLDER --window   panel and dashboard beside the window of another program, which is placed
 ///
 /// It looks and clicks as a user would and needs no accessibility bus.
 
@@ -126,6 +127,30 @@ public:
         screen_.movePointer(aside());
     }
 
+    /// The window in front, put into the lower left quarter from the keyboard.
+    void takeWindow() const {
+        const auto active = [this] {
+            const auto found = screen_.rootProperty("_NET_ACTIVE_WINDOW", 1);
+            return found.empty() ? xcb_window_t{XCB_NONE} : found.front();
+        };
+        check(until([&] { return active() != XCB_NONE; }), "no window is in front");
+        screen_.setKeyDown(XK_Control_L, true);
+        screen_.setKeyDown(XK_Alt_L, true);
+        screen_.press(XK_j);
+        screen_.setKeyDown(XK_Alt_L, false);
+        screen_.setKeyDown(XK_Control_L, false);
+        check(until([&] { return screen_.frame(active()).value_or(QRect(9, 9, 0, 0)).x() <= 1; }),
+              "the window is not placed");
+        openPanel();
+        const QRect all(QPoint(0, 0), screen_.size());
+        take(all, all, "desktop-pintho.png");
+        closePanel();
+        openDashboard();
+        selectRusket();
+        select(-1, "Pintho");
+        take(dashboard(), dashboard(), "dashboard-pintho.png");
+    }
+
 private:
     QPoint fromRight(QPoint distance) const { return {screen_.size().width() - distance.x(), distance.y()}; }
 
@@ -227,14 +252,18 @@ private:
         screen_.movePointer(aside());
     }
 
-    /// Two rows above the selected one.
-    void takeMordan() const {
+    /// So many rows below the selected one.
+    void select(int rows, const std::string& name) const {
         const QRect selected = selectedRow();
-        const QPoint row = selected.center() - QPoint(0, 2 * (selected.height() + rowSpacing));
+        const QPoint row = selected.center() + QPoint(0, rows * (selected.height() + rowSpacing));
         screen_.click(row);
         check(until([&] { return selectedRow().contains(row) && !onSwitch().isEmpty(); }),
-              "Mordan is off, or cannot be selected");
+              name + " is off, or cannot be selected");
         screen_.movePointer(aside());
+    }
+
+    void takeMordan() const {
+        select(-2, "Mordan");
         take(dashboard(), dashboard(), "dashboard-mordan.png");
     }
 
@@ -248,8 +277,8 @@ private:
 
 int main(int argumentCount, char** arguments) {
     const std::string_view wish = argumentCount == 3 ? arguments[2] : "";
-    if (argumentCount != 2 && wish != "--empty" && wish != "--icons") {
-        std::fprintf(stderr, "usage: portrait FOLDER [--empty|--icons]\n");
+    if (argumentCount != 2 && wish != "--empty" && wish != "--icons" && wish != "--window") {
+        std::fprintf(stderr, "usage: portrait FOLDER [--empty|--icons|--window]\n");
         return 2;
     }
     const QCoreApplication application(argumentCount, arguments);
@@ -261,6 +290,8 @@ int main(int argumentCount, char** arguments) {
             photographer.takeEmpty();
         } else if (wish == "--icons") {
             photographer.takeIcons();
+        } else if (wish == "--window") {
+            photographer.takeWindow();
         } else {
             photographer.takeAll();
         }

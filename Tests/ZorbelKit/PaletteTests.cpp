@@ -101,3 +101,15 @@ TEST(Palette, ASpiceWithoutAnEntryIsBrass) {
         EXPECT_EQ(RecordingSpice(id).accent(), brass);
     }
 }
+
+TEST(Color, IsMixedComponentByComponent) {
+    constexpr Color under{0, 0.2, 1, 0};
+    constexpr Color over{1, 0.6, 0, 1};
+    EXPECT_EQ(under.mixedWith(over, 0), under);
+    EXPECT_EQ(under.mixedWith(over, 1), over);
+    const Color half = under.mixedWith(over, 0.5);
+    EXPECT_DOUBLE_EQ(half.red, 0.5);
+    EXPECT_DOUBLE_EQ(half.green, 0.4);
+    EXPECT_DOUBLE_EQ(half.blue, 0.5);
+    EXPECT_DOUBLE_EQ(half.opacity, 0.5);
+}

@@ -14,12 +14,6 @@ namespace ZorbelKit {
 
 namespace {
 
-QColor mixed(const Color& from, const Color& to, double share) {
-    const auto blend = [share](double a, double b) { return a + (b - a) * share; };
-    return qColor({blend(from.red, to.red), blend(from.green, to.green), blend(from.blue, to.blue),
-                   blend(from.opacity, to.opacity)});
-}
-
 QFont buttonFont() {
     QFont font = styleFont(TextStyle::callout);
     font.setWeight(QFont::Medium);
@@ -90,12 +84,11 @@ void PaintedButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setOpacity(isEnabled() ? 1 : 0.4);
-    const QColor hovered = mixed(look_.fill, look_.hoverFill, hover_.value());
-    const Color hoveredFill{hovered.redF(), hovered.greenF(), hovered.blueF(), hovered.alphaF()};
-    painter.setBrush(mixed(hoveredFill, look_.pressedFill, press_.value()));
+    const Color hovered = look_.fill.mixedWith(look_.hoverFill, hover_.value());
+    painter.setBrush(qColor(hovered.mixedWith(look_.pressedFill, press_.value())));
     painter.setPen(qColor(look_.border));
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), look_.radius, look_.radius);
-    painter.setPen(mixed(look_.text, look_.hoverText, hover_.value()));
+    painter.setPen(qColor(look_.text.mixedWith(look_.hoverText, hover_.value())));
     painter.setFont(font());
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextHideMnemonic, text());
     if (showsFocus()) {

@@ -70,7 +70,9 @@ std::vector<std::string_view> parts(std::string_view text, char separator) {
 }
 
 bool contains(std::string_view words, std::string_view word) {
-    return words.find(" " + std::string(word) + " ") != std::string_view::npos;
+    std::string wanted = " ";
+    wanted.append(word).append(" ");
+    return words.find(wanted) != std::string_view::npos;
 }
 
 const Interpreter* interpreter(std::string_view program) {
