@@ -15,6 +15,11 @@ namespace fs = std::filesystem;
 
 namespace {
 
+// Executables that start others: they tell of no program.
+constexpr std::array<std::string_view, 12> launchers{"bash",         "dbus-launch", "env",  "flatpak",
+                                                     "gapplication", "java",        "perl", "pkexec",
+                                                     "python3",      "sh",          "snap", "wine"};
+
 constexpr std::uintmax_t longestFile = 1 << 20; // bytes; none that launches a program comes near
 
 std::string lowered(std::string_view text) {
@@ -69,6 +74,12 @@ std::string unescaped(std::string_view value) {
     return text;
 }
 
+void keepSmaller(std::string& known, const std::string& other) {
+    if (known.empty() || other < known) {
+        known = other;
+    }
+}
+
 std::string_view stripped(std::string_view text) {
     const auto begin = text.find_first_not_of(" \t\r");
     const auto end = text.find_last_not_of(" \t\r");
@@ -102,8 +113,18 @@ bool DesktopEntries::isCurrent() const {
 }
 
 std::optional<DesktopEntries::Entry> DesktopEntries::ofClass(std::string_view windowClass) const {
-    const auto announced = byClass_.find(lowered(windowClass));
-    return withId(announced == byClass_.end() ? windowClass : announced->second);
+    const std::string name = lowered(windowClass);
+    if (const auto announced = byClass_.find(name); announced != byClass_.end()) {
+        return withId(announced->second);
+    }
+    if (const auto entry = withId(name)) {
+        return entry;
+    }
+    if (const auto part = byPart_.find(name); part != byPart_.end()) {
+        return withId(part->second);
+    }
+    const auto launch = byExecutable_.find(name);
+    return launch == byExecutable_.end() ? std::nullopt : withId(launch->second.id);
 }
 
 std::optional<DesktopEntries::Entry> DesktopEntries::withId(std::string_view id) const {
@@ -148,6 +169,7 @@ void DesktopEntries::readFile(const fs::path& file) {
     std::string name;
     std::string icon;
     std::string windowClass;
+    std::string command;
     bool isInEntry = false;
     std::ifstream stream(file);
     for (std::string line; std::getline(stream, line);) {
@@ -165,6 +187,8 @@ void DesktopEntries::readFile(const fs::path& file) {
             windowClass = unescaped(value);
         } else if (key == "Icon") {
             icon = unescaped(value);
+        } else if (key == "Exec") {
+            command = unescaped(value);
         } else if (key == "Name" && rank > suffixes_.size()) {
             rank = suffixes_.size();
             name = unescaped(value);
@@ -185,8 +209,35 @@ void DesktopEntries::readFile(const fs::path& file) {
     const std::string id = ZorbelKit::utf8::repaired(file.stem().string());
     const bool isFirst =
         byId_.try_emplace(lowered(id), Entry{id, name, ZorbelKit::utf8::repaired(icon)}).second;
-    if (isFirst && !windowClass.empty()) {
+    if (!isFirst) {
+        return;
+    }
+    if (!windowClass.empty()) {
         byClass_.emplace(lowered(windowClass), lowered(id));
+    }
+    if (const auto dot = id.rfind('.'); dot != std::string::npos) {
+        keepSmaller(byPart_[lowered(id.substr(dot + 1))], lowered(id));
+    }
+    keepExecutable(lowered(id), command);
+}
+
+/// Of several that start the same executable, the one that starts all of it; folders are read in no order.
+void DesktopEntries::keepExecutable(const std::string& id, std::string_view command) {
+    const std::string_view path = command.substr(0, command.find(' '));
+    const std::string name = lowered(path.substr(path.rfind('/') + 1)); // past the end of none is all of it
+    if (name.empty() || std::ranges::find(launchers, name) != launchers.end()) {
+        return;
+    }
+    const bool hasOptions = command.find(" -") != std::string_view::npos;
+    const auto [found, isNew] = byExecutable_.try_emplace(name, Launch{id, hasOptions});
+    if (isNew) {
+        return;
+    }
+    Launch& known = found->second;
+    if (known.hasOptions == hasOptions) {
+        keepSmaller(known.id, id);
+    } else if (known.hasOptions) {
+        known = {id, hasOptions};
     }
 }
 

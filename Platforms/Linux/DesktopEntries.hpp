@@ -27,7 +27,8 @@ public:
     bool isCurrent() const;
 
     /// The program whose windows are of this class: by the class its file announces (StartupWMClass), else by
-    /// the file's own name. Both halves of a class may be asked for.
+    /// the file's name, else by the last part of such a name ("mousepad" of "org.xfce.mousepad"), else by the
+    /// name of the executable. Both halves of a class may be asked for.
     std::optional<Entry> ofClass(std::string_view windowClass) const;
 
     /// The program with this id, upper or lower case.
@@ -37,14 +38,23 @@ public:
     static std::vector<std::filesystem::path> standardFolders();
 
 private:
+    struct Launch {
+        std::string id;
+        bool hasOptions = false; // it starts a part of the program
+    };
+
     void readFolder(const std::filesystem::path& folder);
     void readFile(const std::filesystem::path& file);
+    void keepExecutable(const std::string& id, std::string_view command);
 
     std::vector<std::filesystem::path> folders_;
     std::vector<std::string> suffixes_; // of the keys with a translation, the best first
     std::vector<std::optional<std::filesystem::file_time_type>> changed_; // each folder
     std::map<std::string, Entry, std::less<>> byId_;                      // in lower case
-    std::map<std::string, std::string, std::less<>> byClass_; // from StartupWMClass to id, both in lower case
+    // To ids, all in lower case.
+    std::map<std::string, std::string, std::less<>> byClass_; // from StartupWMClass
+    std::map<std::string, std::string, std::less<>> byPart_;  // from the last part of an id
+    std::map<std::string, Launch, std::less<>> byExecutable_; // from the name of a file
 };
 
 } // namespace Linux

@@ -76,8 +76,10 @@ protected:
     }
 
     void comeForward() const {
-        screen().activate(guest);
-        ASSERT_TRUE(until([this] { return isInFront(); }));
+        ASSERT_TRUE(until([this] {
+            screen().activate(guest); // the window manager may not know it yet
+            return until([this] { return isInFront(); }, Seconds{0.5});
+        }));
     }
 
     bool isInFront() const {

@@ -91,8 +91,7 @@ public:
 
         takeDormant(); // late: switched off, Rusket forgets its history
         takeMordan();
-        screen_.press(XK_Escape);
-        check(until([this] { return !findDashboard(screen_); }), "the dashboard does not close");
+        closeDashboard();
     }
 
     void takeEmpty() {
@@ -142,13 +141,13 @@ public:
         check(until([&] { return screen_.frame(active()).value_or(QRect(9, 9, 0, 0)).x() <= 1; }),
               "the window is not placed");
         openPanel();
-        const QRect all(QPoint(0, 0), screen_.size());
-        take(all, all, "desktop-pintho.png");
+        take(findPanel(screen_)->frame, QRect(QPoint(0, 0), screen_.size()), "desktop-pintho.png");
         closePanel();
         openDashboard();
         selectRusket();
         select(-1, "Pintho");
         take(dashboard(), dashboard(), "dashboard-pintho.png");
+        closeDashboard();
     }
 
 private:
@@ -200,6 +199,11 @@ private:
         screen_.click(glass_, XCB_BUTTON_INDEX_3);
         check(until([this] { return findDashboard(screen_).has_value(); }), "the dashboard does not open");
         screen_.movePointer(aside());
+    }
+
+    void closeDashboard() const {
+        screen_.press(XK_Escape);
+        check(until([this] { return !findDashboard(screen_); }), "the dashboard does not close");
     }
 
     void selectRusket() const {

@@ -233,9 +233,10 @@ TEST_F(WindowsOfABadManager, AWindowBeyondEveryMonitorGoesToTheMainOne) {
     EXPECT_TRUE(until([&] {
         return desktop.activeWindow()->visible == WindowRect{-5'000, -4'000, 400, 300};
     }));
-    expectPlaced(window);
+    pintho.steep();
     EXPECT_EQ(pintho.frontmost()->x, -5'000);
     EXPECT_EQ(pintho.frontmost()->y, -4'000);
+    expectPlaced(window);
 }
 
 TEST_F(WindowsOfABadManager, PlacesBeyondAllReasonAreBroughtWithinIt) {

@@ -69,10 +69,13 @@ protected:
     }
 
     void comeForward(xcb_window_t window) {
-        screen.activate(window);
-        ASSERT_TRUE(until([&] {
+        const auto isInFront = [&] {
             const auto active = desktop.activeWindow();
             return active && active->id == window && screen.frame(window);
+        };
+        ASSERT_TRUE(until([&] {
+            screen.activate(window); // the window manager may not know it yet
+            return until(isInFront, Seconds{0.5});
         }));
     }
 
@@ -293,6 +296,36 @@ TEST_F(Windows, P07_ATerminalTakesTheLargestThatFits) {
     const QRect now = seen(window);
     EXPECT_GT(now.width(), 640 - static_cast<int>(hints[9]));
     EXPECT_GT(now.height(), 1024 - static_cast<int>(hints[10]));
+}
+
+TEST_F(Windows, IsToldOfAsIfItHadArrived) {
+    const xcb_window_t window = open();
+    EXPECT_TRUE(pintho.place(Seat::left));
+    EXPECT_EQ(pintho.frontmost()->width, 640);
+    EXPECT_EQ(pintho.frontmost()->height, 1024);
+    EXPECT_EQ(pintho.frontmost()->x, 0);
+    EXPECT_EQ(pintho.frontmost()->y, 0);
+    expectSeenAt(window, {0, 0, 640, 1024});
+
+    Manners stepping;
+    stepping.hints[0] = steps | base;
+    stepping.hints[9] = 7;
+    stepping.hints[10] = 13;
+    stepping.hints[15] = 4;
+    stepping.hints[16] = 4;
+    const xcb_window_t other = open(stepping);
+    EXPECT_TRUE(pintho.place(Seat::right));
+    const auto told = *pintho.frontmost();
+    EXPECT_TRUE(until([&] { return seen(other).topLeft() == QPoint(640, 0); }));
+    EXPECT_TRUE(until([&] {
+        return seen(other) == QRect(static_cast<int>(told.x), static_cast<int>(told.y),
+                                    static_cast<int>(told.width), static_cast<int>(told.height));
+    })) << text(seen(other))
+        << " and not " << told.width << "x" << told.height;
+    // Where nobody moves it, the truth comes out.
+    screen.moveAndResize(other, {700, 100, 300, 200});
+    EXPECT_TRUE(until(
+        [&] { return accessibility.position(*accessibility.focusedWindow(::getpid())).value().x == 700; }));
 }
 
 TEST_F(Windows, P08_AWindowWithLimitsKeepsThemAndItsCornerIsOnTheSeat) {

@@ -56,6 +56,27 @@ TEST_F(DesktopEntriesTest, FindsAProgramByItsFileOrByTheClassItAnnounces) {
     EXPECT_EQ(name(""), std::nullopt);
 }
 
+TEST_F(DesktopEntriesTest, FindsAProgramByTheLastPartOfItsFileOrByItsExecutable) {
+    write(own() / "org.xfce.mousepad.desktop", "[Desktop Entry]\nName=Mousepad\nExec=mousepad %U\n");
+    write(own() / "org.xfce.mousepad-settings.desktop",
+          "[Desktop Entry]\nName=Settings\nExec=mousepad --preferences\n");
+    write(own() / "debian-xterm.desktop", "[Desktop Entry]\nName=Terminal\nExec=/usr/bin/xterm\n");
+    write(own() / "a-debian-xterm.desktop", "[Desktop Entry]\nName=Login\nExec=/usr/bin/xterm -ls\n");
+    write(own() / "script.desktop", "[Desktop Entry]\nName=Script\nExec=env A=1 script\n");
+    write(own() / "second.desktop", "[Desktop Entry]\nName=Second\nExec=pot %f\n");
+    write(own() / "first.desktop", "[Desktop Entry]\nName=First\nExec=pot\n");
+    write(own() / "odd.desktop", "[Desktop Entry]\nName=Odd\nExec=/\n");
+    EXPECT_EQ(name("Mousepad"), "Mousepad");
+    EXPECT_EQ(name("XTerm"), "Terminal");
+    EXPECT_EQ(name("env"), std::nullopt) << "a launcher is no program";
+    EXPECT_EQ(name("pot"), "First");
+    EXPECT_EQ(name(""), std::nullopt);
+    write(own() / "xterm.desktop", "[Desktop Entry]\nName=By its name\n");
+    EXPECT_EQ(name("xterm"), "By its name");
+    write(own() / "org.other.Mousepad.desktop", "[Desktop Entry]\nName=Other\n");
+    EXPECT_EQ(name("mousepad"), "Other") << "the same one every time";
+}
+
 TEST_F(DesktopEntriesTest, AnAnnouncedClassIsStrongerThanAFileName) {
     write(own() / "code.desktop", "[Desktop Entry]\nName=Something else\n");
     write(own() / "zzz.desktop", "[Desktop Entry]\nName=Code\nStartupWMClass=code\n");

@@ -39,6 +39,7 @@ public:
     std::optional<ActiveWindow> activeWindow();
     std::optional<WindowRect> visible(xcb_window_t window);
     void place(xcb_window_t window, const WindowRect& visible);
+    std::optional<WindowRect> expected(xcb_window_t window) const;
     std::vector<ZorbelKit::Screen> screens();
     ZorbelKit::Token onScreensChange(std::function<void()> changed);
     unsigned int requests() const { return xcb_no_operation(connection_->get()).sequence; }
@@ -118,6 +119,11 @@ void EwmhDesktop::Desktop::place(xcb_window_t window, const WindowRect& visible)
     placer_.place(window, {pixel(visible.x - origin.x, -32'768), pixel(visible.y - origin.y, -32'768),
                            pixel(visible.width, 1), pixel(visible.height, 1)});
     drainSoon();
+}
+
+std::optional<WindowRect> EwmhDesktop::Desktop::expected(xcb_window_t window) const {
+    const auto rect = placer_.expected(window);
+    return rect ? std::optional(windowRect(*rect)) : std::nullopt;
 }
 
 std::vector<ZorbelKit::Screen> EwmhDesktop::Desktop::screens() {
@@ -339,6 +345,10 @@ void EwmhDesktop::place(std::uint32_t window, const WindowRect& visible) {
     if (desktop_) {
         desktop_->place(window, visible);
     }
+}
+
+std::optional<WindowRect> EwmhDesktop::expected(std::uint32_t window) const {
+    return desktop_ ? desktop_->expected(window) : std::nullopt;
 }
 
 std::vector<ZorbelKit::Screen> EwmhDesktop::screens() const {

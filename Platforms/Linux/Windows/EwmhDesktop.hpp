@@ -49,6 +49,9 @@ public:
     /// several wishes for a window the last one counts.
     void place(std::uint32_t window, const Pintho::WindowRect& visible);
 
+    /// What will be seen of a window that has been placed and has not moved yet; none of any other.
+    std::optional<Pintho::WindowRect> expected(std::uint32_t window) const;
+
     /// In screen coordinates (y upwards from the lower edge of the primary monitor); the primary one first.
     std::vector<ZorbelKit::Screen> screens() const;
     ZorbelKit::Token onScreensChange(std::function<void()> changed);

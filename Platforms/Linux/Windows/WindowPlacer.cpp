@@ -22,15 +22,14 @@ WindowPlacer::WindowPlacer(ZorbelKit::MainLoop& loop, DesktopConnection& connect
 }
 
 void WindowPlacer::place(xcb_window_t window, const PixelRect& visible) {
-    Job& job = jobs_[window] = Job{.wanted = visible};
+    Job& job = jobs_[window] = Job{.wanted = visible, .expected = visible};
     connection_.watch(window, Interest::placement);
     job.state = state(window);
     if (job.state == State{}) {
         move(window);
-        return;
+    } else {
+        beginClearing(window, job);
     }
-    clear(window, job.state);
-    job.timer = loop_.after(longestClearing, [this, window] { move(window); });
 }
 
 WindowPlacer::State WindowPlacer::state(xcb_window_t window) const {
@@ -57,6 +56,12 @@ void WindowPlacer::clear(xcb_window_t window, const State& state) const {
     connection_.flush();
 }
 
+void WindowPlacer::beginClearing(xcb_window_t window, Job& job) {
+    job.step = Step::clearing;
+    clear(window, job.state);
+    job.timer = loop_.after(longestClearing, [this, window] { move(window); });
+}
+
 void WindowPlacer::goOnClearing(xcb_window_t window, Job& job) {
     const State before = std::exchange(job.state, state(window));
     if (job.state == State{}) {
@@ -75,6 +80,7 @@ void WindowPlacer::move(xcb_window_t window) {
     }
     job->step = Step::moving;
     job->asked = placement(job->wanted, *now);
+    job->expected = placed(job->wanted, *now);
     ask(window, job->asked);
     lookSoon(window, longRest, false); // one that is there already may never tell
 }
@@ -85,6 +91,13 @@ void WindowPlacer::ask(xcb_window_t window, const PixelRect& placement) const {
                       static_cast<std::uint32_t>(placement.y), static_cast<std::uint32_t>(placement.width),
                       static_cast<std::uint32_t>(placement.height)});
     connection_.flush();
+}
+
+std::optional<PixelRect> WindowPlacer::expected(xcb_window_t window) const {
+    const auto found = jobs_.find(window);
+    const bool isOnItsWay =
+        found != jobs_.end() && found->second.step != Step::resting && !found->second.wasConfigured;
+    return isOnItsWay ? std::optional(found->second.expected) : std::nullopt;
 }
 
 void WindowPlacer::propertyChanged(xcb_window_t window, xcb_atom_t property) {
@@ -98,9 +111,20 @@ void WindowPlacer::propertyChanged(xcb_window_t window, xcb_atom_t property) {
         }
         return;
     }
+    if (property == connection_.atom(DesktopName::windowState) && job->step == Step::moving) {
+        clearWhatCameBack(window, *job);
+    }
     if (property == connection_.atom(DesktopName::frameExtents) ||
         property == connection_.atom(DesktopName::gtkFrameExtents)) {
         lookSoon(window, rest, false);
+    }
+}
+
+/// Some maximise a window again that is full-screen no longer, and tell of it a moment later.
+void WindowPlacer::clearWhatCameBack(xcb_window_t window, Job& job) {
+    job.state = state(window);
+    if (job.state != State{} && !std::exchange(job.hasStateComeBack, true)) {
+        beginClearing(window, job);
     }
 }
 

@@ -30,6 +30,10 @@ public:
     /// `visible`: what the user is to see of the window, in pixels of the X screen.
     void place(xcb_window_t window, const PixelRect& visible);
 
+    /// What the user will see of a window that has been asked to move and has not moved yet; none where it is
+    /// no longer on its way.
+    std::optional<PixelRect> expected(xcb_window_t window) const;
+
     // News of a window that is watched for its placement.
     void propertyChanged(xcb_window_t window, xcb_atom_t property);
     void configured(xcb_window_t window);
@@ -50,15 +54,19 @@ private:
     struct Job {
         PixelRect wanted;
         Step step = Step::clearing;
-        State state{};              // while it is cleared
+        State state{}; // while it is cleared
+        bool hasStateComeBack = false;
         PixelRect asked{};          // the last placement
+        PixelRect expected{};       // what will be seen then
         bool wasConfigured = false; // since then
         ZorbelKit::Token timer{};   // of the next look
     };
 
     State state(xcb_window_t window) const;
     void clear(xcb_window_t window, const State& state) const;
+    void beginClearing(xcb_window_t window, Job& job);
     void goOnClearing(xcb_window_t window, Job& job);
+    void clearWhatCameBack(xcb_window_t window, Job& job);
     void move(xcb_window_t window);
     void ask(xcb_window_t window, const PixelRect& placement) const;
     void lookSoon(xcb_window_t window, ZorbelKit::Seconds delay, bool isLast);

@@ -79,6 +79,15 @@ PixelRect placement(const PixelRect& visible, const WindowShape& shape) {
             hints.height.nearest(visible.height - frame.top - frame.bottom + shadow.top + shadow.bottom)};
 }
 
+PixelRect placed(const PixelRect& visible, const WindowShape& shape) {
+    const PixelRect place = placement(visible, shape);
+    const auto& [client, frame, shadow, hints] = shape;
+    return visibleRect({.client = {place.x + frame.left, place.y + frame.top, place.width, place.height},
+                        .frame = frame,
+                        .shadow = shadow,
+                        .hints = hints});
+}
+
 bool isSettled(const PixelRect& visible, const WindowShape& shape) {
     const PixelRect seen = visibleRect(shape);
     if (seen.x != visible.x || seen.y != visible.y) {

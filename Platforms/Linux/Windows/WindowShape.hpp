@@ -58,6 +58,9 @@ PixelRect visibleRect(const WindowShape& shape);
 /// the frame, the size that of the client, as near as its hints allow and no greater unless they want that.
 PixelRect placement(const PixelRect& visible, const WindowShape& shape);
 
+/// What the user sees of it once it is placed like that.
+PixelRect placed(const PixelRect& visible, const WindowShape& shape);
+
 /// Whether a window's visible corner is where that of `visible` is, and its size as near as it can be.
 bool isSettled(const PixelRect& visible, const WindowShape& shape);
 

@@ -53,18 +53,26 @@ std::optional<std::string> X11Accessibility::title(WindowElement window) const {
                                                                        : std::nullopt;
 }
 
+std::optional<WindowRect> X11Accessibility::seen(WindowElement window) const {
+    if (wishes_.contains(window.id)) {
+        sendWishes();
+    }
+    const auto expected = desktop_.expected(idOf(window));
+    return expected ? expected : visible(window);
+}
+
 std::optional<WindowRect> X11Accessibility::visible(WindowElement window) const {
     const auto active = desktop_.activeWindow();
     return active && active->id == window.id ? active->visible : desktop_.visible(idOf(window));
 }
 
 std::optional<WindowPoint> X11Accessibility::position(WindowElement window) const {
-    const auto rect = visible(window);
+    const auto rect = seen(window);
     return rect ? std::optional(WindowPoint{rect->x, rect->y}) : std::nullopt;
 }
 
 std::optional<ZorbelKit::Size> X11Accessibility::size(WindowElement window) const {
-    const auto rect = visible(window);
+    const auto rect = seen(window);
     return rect ? std::optional(ZorbelKit::Size{rect->width, rect->height}) : std::nullopt;
 }
 
@@ -83,11 +91,11 @@ X11Accessibility::Wish& X11Accessibility::wish(WindowElement window) {
     return wishes_[window.id];
 }
 
-void X11Accessibility::sendWishes() {
+void X11Accessibility::sendWishes() const {
     for (const auto& [id, wish] : std::exchange(wishes_, {})) {
         const WindowElement window{id};
         // What was not set stays as it is.
-        const auto now = wish.corner && wish.size ? WindowRect{} : visible(window);
+        const auto now = wish.corner && wish.size ? WindowRect{} : seen(window);
         if (now) {
             const WindowPoint corner = wish.corner.value_or(WindowPoint{now->x, now->y});
             const ZorbelKit::Size size = wish.size.value_or(ZorbelKit::Size{now->width, now->height});

@@ -12,8 +12,9 @@
 namespace Linux {
 
 /// Places windows through the window manager. Trusted where one runs that can; on Wayland never, for no
-/// program may place another's windows there. Position and size that are set in one turn of the main loop go
-/// out together.
+/// program may place another's windows there. Position and size that are set in one turn of the main loop,
+/// with no question in between, go out together. A window that is still on its way answers as if it had
+/// arrived.
 class X11Accessibility : public Pintho::Accessibility {
 public:
     X11Accessibility(ZorbelKit::MainLoop& loop, EwmhDesktop& desktop);
@@ -37,14 +38,15 @@ private:
         std::optional<ZorbelKit::Size> size;
     };
 
+    std::optional<Pintho::WindowRect> seen(Pintho::WindowElement window) const;
     std::optional<Pintho::WindowRect> visible(Pintho::WindowElement window) const;
     Wish& wish(Pintho::WindowElement window);
-    void sendWishes();
+    void sendWishes() const;
 
     ZorbelKit::MainLoop& loop_;
     EwmhDesktop& desktop_;
     const bool isWayland_;
-    std::map<std::uint64_t, Wish> wishes_; // of this turn
+    mutable std::map<std::uint64_t, Wish> wishes_; // of this turn
     ZorbelKit::Lifetime lifetime_;
 };
 
