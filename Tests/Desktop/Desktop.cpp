@@ -354,6 +354,20 @@ std::optional<QRect> Screen::frame(xcb_window_t window) const {
     return QRect(corner->dst_x, corner->dst_y, size->width, size->height);
 }
 
+std::optional<QRect> Screen::outerFrame(xcb_window_t window) const {
+    while (true) {
+        const auto tree = owned(
+            xcb_query_tree_reply(connection_.get(), xcb_query_tree(connection_.get(), window), nullptr));
+        if (!tree) {
+            return std::nullopt;
+        }
+        if (tree->parent == tree->root) {
+            return frame(window);
+        }
+        window = tree->parent;
+    }
+}
+
 bool Screen::isUnframed(xcb_window_t window) const {
     const auto tree =
         owned(xcb_query_tree_reply(connection_.get(), xcb_query_tree(connection_.get(), window), nullptr));
@@ -424,6 +438,11 @@ void Screen::maximise(xcb_window_t window) const {
     constexpr std::uint32_t add = 1;
     ask(window, "_NET_WM_STATE",
         {add, atom("_NET_WM_STATE_MAXIMIZED_VERT"), atom("_NET_WM_STATE_MAXIMIZED_HORZ"), 2, 0});
+}
+
+void Screen::makeFullscreen(xcb_window_t window) const {
+    constexpr std::uint32_t add = 1;
+    ask(window, "_NET_WM_STATE", {add, atom("_NET_WM_STATE_FULLSCREEN"), XCB_ATOM_NONE, 2, 0});
 }
 
 void Screen::activate(xcb_window_t window) const {

@@ -156,6 +156,7 @@ public:
     /// client's.
     void moveAndResize(xcb_window_t window, const QRect& wanted) const;
     void maximise(xcb_window_t window) const;
+    void makeFullscreen(xcb_window_t window) const;
     void activate(xcb_window_t window) const;
 
     /// An ordinary empty window of ours, shown; gone with the connection.
@@ -164,6 +165,9 @@ public:
 
     /// Where a window lies now; none where it is gone or hidden.
     std::optional<QRect> frame(xcb_window_t window) const;
+
+    /// The same of the window manager's frame around it, and of the window itself where it has none.
+    std::optional<QRect> outerFrame(xcb_window_t window) const;
 
     /// Whether no window manager holds this window in a frame, as before it was shown and after it was
     /// hidden.

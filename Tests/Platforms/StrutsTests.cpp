@@ -189,6 +189,18 @@ TEST(WindowShape, SeesTheFrameAndNotTheShadow) {
     EXPECT_EQ(visibleRect(shape).width, 1) << "more shadow than window";
 }
 
+TEST(WindowShape, PlacesTheClientWhereNobodyTellsOfTheFrame) {
+    // A server's border of one pixel in a frame of two, and a title bar.
+    WindowShape shape{.client = {103, 119, 400, 300}, .frame = {}, .shadow = {}, .hints = {}, .border = 1};
+    shape.frame = edgesAround(shape.client, {100, 100, 406, 322});
+    shape.isFrameTold = false;
+    EXPECT_EQ(shape.frame, (Edges{3, 3, 19, 3}));
+    EXPECT_EQ(visibleRect(shape), (PixelRect{100, 100, 406, 322}));
+    EXPECT_EQ(placement({0, 0, 640, 400}, shape), (PixelRect{2, 18, 634, 378}));
+    EXPECT_EQ(edgesAround({10, 10, 5, 5}, {11, 10, 5, 5}), Edges{}) << "not around it";
+    EXPECT_EQ(edgesAround({1500, 10, 5, 5}, {0, 0, 2000, 2000}), Edges{}) << "a whole desktop";
+}
+
 TEST(WindowShape, LeavesNonsenseOut) {
     EXPECT_EQ(edges(std::vector<std::uint32_t>{1, 2, 3, 4}), (Edges{1, 2, 3, 4}));
     EXPECT_EQ(edges(std::vector<std::uint32_t>{1, 2, 3}), Edges{});

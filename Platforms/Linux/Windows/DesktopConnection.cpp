@@ -136,16 +136,18 @@ DesktopConnection::Text DesktopConnection::text(xcb_get_property_cookie_t questi
 }
 
 DesktopConnection::PlaceQuestion DesktopConnection::askPlace(xcb_window_t window) const {
-    return {xcb_get_geometry(get(), window), xcb_translate_coordinates(get(), window, root_, 0, 0)};
+    return {xcb_get_geometry(get(), window), xcb_translate_coordinates(get(), window, root_, 0, 0),
+            xcb_query_tree(get(), window)};
 }
 
 std::optional<DesktopConnection::Place> DesktopConnection::place(const PlaceQuestion& question) const {
     const auto size = owned(xcb_get_geometry_reply(get(), question.size, nullptr));
     const auto corner = owned(xcb_translate_coordinates_reply(get(), question.corner, nullptr));
-    if (!size || !corner) {
+    const auto tree = owned(xcb_query_tree_reply(get(), question.tree, nullptr));
+    if (!size || !corner || !tree) {
         return std::nullopt;
     }
-    return Place{corner->dst_x, corner->dst_y, size->width, size->height};
+    return Place{corner->dst_x, corner->dst_y, size->width, size->height, size->border_width, tree->parent};
 }
 
 void DesktopConnection::send(xcb_window_t window, DesktopName message,

@@ -88,6 +88,7 @@ public:
     struct PlaceQuestion {
         xcb_get_geometry_cookie_t size;
         xcb_translate_coordinates_cookie_t corner;
+        xcb_query_tree_cookie_t tree;
     };
     PlaceQuestion askPlace(xcb_window_t window) const;
     struct Place {
@@ -95,6 +96,8 @@ public:
         std::int16_t y = 0;
         std::uint16_t width = 0;
         std::uint16_t height = 0;
+        std::uint16_t border = 0;       // width of the server's border around it
+        xcb_window_t parent = XCB_NONE; // the root window where it is in no other
     };
     std::optional<Place> place(const PlaceQuestion& question) const; // none: it is gone
 

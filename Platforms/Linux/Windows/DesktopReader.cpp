@@ -49,6 +49,26 @@ std::pair<std::string, std::string> halves(const std::string& both) {
 
 } // namespace
 
+void readFrame(const DesktopConnection& connection, const DesktopConnection::Place& place,
+               const std::vector<std::uint32_t>& told, WindowShape& shape) {
+    constexpr int deepest = 4; // window managers put a client into a window or two
+    shape.frame = edges(told);
+    shape.border = place.border;
+    if (!told.empty()) {
+        return;
+    }
+    auto outer = place;
+    for (int depth = 0; depth < deepest && outer.parent != connection.root(); ++depth) {
+        const auto next = connection.place(connection.askPlace(outer.parent));
+        if (!next) {
+            return; // on its way into another frame, or gone
+        }
+        outer = *next;
+    }
+    shape.frame = edgesAround(shape.client, {outer.x, outer.y, outer.width, outer.height});
+    shape.isFrameTold = shape.frame == Edges{};
+}
+
 // The window manager
 
 void ManagerReader::askFirst() {
@@ -62,6 +82,7 @@ void ManagerReader::askSecond() {
     const auto check = connection_.numbers(check_);
     isSufficient_ = holds(supported, connection_.atom(DesktopName::activeWindow)) &&
                     holds(supported, connection_.atom(DesktopName::moveResizeWindow));
+    isMaximising_ = holds(supported, connection_.atom(DesktopName::maximisedVertically));
     hasWorkAreas_ = holds(supported, connection_.atom(DesktopName::gtkWorkAreas));
     connection_.unwatchAll(Interest::manager);
     const bool isNamed = !check.empty() && check.front() != connection_.root();
@@ -122,7 +143,7 @@ void ActiveWindowReader::take() {
     const auto attributes =
         owned(xcb_get_window_attributes_reply(connection_.get(), questions_.attributes, nullptr));
     WindowShape shape;
-    shape.frame = edges(connection_.numbers(questions_.frame));
+    const auto frame = connection_.numbers(questions_.frame);
     shape.shadow = edges(connection_.numbers(questions_.shadow));
     Active active{window_, processOf(), instance, className, titleOf(), {}};
     if (!place || !attributes) {
@@ -130,6 +151,7 @@ void ActiveWindowReader::take() {
         return;
     }
     shape.client = {place->x, place->y, place->width, place->height};
+    readFrame(connection_, *place, frame, shape);
     active.visible = visibleRect(shape);
     if (!isPart && !attributes->override_redirect) { // out of the window manager's hands
         active_ = std::move(active);

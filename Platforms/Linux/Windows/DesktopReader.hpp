@@ -21,6 +21,11 @@ namespace Linux {
 ///     manager.askFirst(); monitors.askFirst(); manager.askSecond(); monitors.askSecond();
 ///     manager.take(); monitors.take();
 
+/// The frame around a window as the window manager tells it (_NET_FRAME_EXTENTS), or else as it is found
+/// there, which takes a round trip for every window around this one.
+void readFrame(const DesktopConnection& connection, const DesktopConnection::Place& place,
+               const std::vector<std::uint32_t>& told, WindowShape& shape);
+
 /// Whether a window manager runs that places windows when asked.
 class ManagerReader {
 public:
@@ -32,6 +37,7 @@ public:
     void take();
 
     bool isManaged() const { return isManaged_; }
+    bool isMaximising() const { return isMaximising_; } // tiling ones do not
     bool hasWorkAreas() const {
         return hasWorkAreas_;
     } // one for every monitor; known before the others are asked
@@ -43,6 +49,7 @@ private:
     xcb_window_t checkWindow_ = XCB_NONE;
     bool isSufficient_ = false; // what it says it supports
     bool isManaged_ = false;
+    bool isMaximising_ = false;
     bool hasWorkAreas_ = false;
 };
 

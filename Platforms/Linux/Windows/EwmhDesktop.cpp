@@ -116,8 +116,10 @@ std::optional<WindowRect> EwmhDesktop::Desktop::visible(xcb_window_t window) {
 void EwmhDesktop::Desktop::place(xcb_window_t window, const WindowRect& visible) {
     refresh();
     const WindowRect origin = windowRect({});
-    placer_.place(window, {pixel(visible.x - origin.x, -32'768), pixel(visible.y - origin.y, -32'768),
-                           pixel(visible.width, 1), pixel(visible.height, 1)});
+    placer_.place(window,
+                  {pixel(visible.x - origin.x, -32'768), pixel(visible.y - origin.y, -32'768),
+                   pixel(visible.width, 1), pixel(visible.height, 1)},
+                  manager_.isMaximising());
     drainSoon();
 }
 

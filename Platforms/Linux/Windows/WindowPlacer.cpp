@@ -1,5 +1,7 @@
 #include "Platforms/Linux/Windows/WindowPlacer.hpp"
 
+#include "Platforms/Linux/Windows/DesktopReader.hpp"
+
 #include <algorithm>
 #include <array>
 #include <utility>
@@ -8,8 +10,9 @@ namespace Linux {
 
 namespace {
 
-constexpr std::uint32_t fromPager = 2; // the source of a request that the user has made
-constexpr std::uint32_t northWest = 1; // the gravity for which x and y are the frame's corner
+constexpr std::uint32_t fromPager = 2;      // the source of a request that the user has made
+constexpr std::uint32_t northWest = 1;      // the gravity for which x and y are the frame's corner
+constexpr std::uint32_t staticGravity = 10; // and the client's
 constexpr std::uint32_t allFour = 0xF00;
 constexpr std::uint32_t removeState = 0;
 constexpr std::uint32_t hintNumbers = 18;
@@ -21,10 +24,11 @@ WindowPlacer::WindowPlacer(ZorbelKit::MainLoop& loop, DesktopConnection& connect
     , connection_(connection) {
 }
 
-void WindowPlacer::place(xcb_window_t window, const PixelRect& visible) {
-    Job& job = jobs_[window] = Job{.wanted = visible, .expected = visible};
+void WindowPlacer::place(xcb_window_t window, const PixelRect& visible, bool isMaximising) {
+    Job& job = jobs_[window] = Job{.wanted = visible, .isMaximising = isMaximising, .expected = visible};
     connection_.watch(window, Interest::placement);
-    job.state = state(window);
+    job.state = state(window, isMaximising);
+    job.wasFullscreen = job.state.isFullscreen;
     if (job.state == State{}) {
         move(window);
     } else {
@@ -32,12 +36,13 @@ void WindowPlacer::place(xcb_window_t window, const PixelRect& visible) {
     }
 }
 
-WindowPlacer::State WindowPlacer::state(xcb_window_t window) const {
+WindowPlacer::State WindowPlacer::state(xcb_window_t window, bool isMaximising) const {
     const auto states = connection_.numbers(connection_.ask(window, DesktopName::windowState));
     const auto has = [&](DesktopName name) {
         return std::ranges::find(states, connection_.atom(name)) != states.end();
     };
-    return {has(DesktopName::maximisedVertically) || has(DesktopName::maximisedHorizontally),
+    return {isMaximising &&
+                (has(DesktopName::maximisedVertically) || has(DesktopName::maximisedHorizontally)),
             has(DesktopName::fullscreen)};
 }
 
@@ -63,7 +68,7 @@ void WindowPlacer::beginClearing(xcb_window_t window, Job& job) {
 }
 
 void WindowPlacer::goOnClearing(xcb_window_t window, Job& job) {
-    const State before = std::exchange(job.state, state(window));
+    const State before = std::exchange(job.state, state(window, job.isMaximising));
     if (job.state == State{}) {
         move(window);
     } else if (before.isFullscreen && !job.state.isFullscreen) {
@@ -81,13 +86,14 @@ void WindowPlacer::move(xcb_window_t window) {
     job->step = Step::moving;
     job->asked = placement(job->wanted, *now);
     job->expected = placed(job->wanted, *now);
-    ask(window, job->asked);
+    ask(window, job->asked, *now);
     lookSoon(window, longRest, false); // one that is there already may never tell
 }
 
-void WindowPlacer::ask(xcb_window_t window, const PixelRect& placement) const {
+void WindowPlacer::ask(xcb_window_t window, const PixelRect& placement, const WindowShape& shape) const {
+    const std::uint32_t gravity = shape.isFrameTold ? northWest : staticGravity;
     connection_.send(window, DesktopName::moveResizeWindow,
-                     {northWest | allFour | fromPager << 12, static_cast<std::uint32_t>(placement.x),
+                     {gravity | allFour | fromPager << 12, static_cast<std::uint32_t>(placement.x),
                       static_cast<std::uint32_t>(placement.y), static_cast<std::uint32_t>(placement.width),
                       static_cast<std::uint32_t>(placement.height)});
     connection_.flush();
@@ -120,10 +126,15 @@ void WindowPlacer::propertyChanged(xcb_window_t window, xcb_atom_t property) {
     }
 }
 
-/// Some maximise a window again that is full-screen no longer, and tell of it a moment later.
+/// Some maximise a window again that is full-screen no longer, and tell of it a moment later. Any other state
+/// that comes while the window moves is the user's wish.
 void WindowPlacer::clearWhatCameBack(xcb_window_t window, Job& job) {
-    job.state = state(window);
-    if (job.state != State{} && !std::exchange(job.hasStateComeBack, true)) {
+    if (!job.wasFullscreen) {
+        return;
+    }
+    job.state = state(window, job.isMaximising);
+    if (job.state.isMaximised && !job.state.isFullscreen) {
+        job.wasFullscreen = false;
         beginClearing(window, job);
     }
 }
@@ -162,7 +173,7 @@ void WindowPlacer::look(xcb_window_t window, bool isLast) {
         lookSoon(window, longRest, true);
         return;
     }
-    ask(window, next);
+    ask(window, next, *now);
     finish(window);
 }
 
@@ -183,14 +194,16 @@ std::optional<WindowShape> WindowPlacer::shape(xcb_window_t window) const {
     const auto shadow = connection_.ask(window, DesktopName::gtkFrameExtents);
     const auto hints = connection_.ask(window, XCB_ATOM_WM_NORMAL_HINTS, hintNumbers);
     const auto client = connection_.place(place);
+    const auto told = connection_.numbers(frame);
     WindowShape result{.client = {},
-                       .frame = edges(connection_.numbers(frame)),
+                       .frame = {},
                        .shadow = edges(connection_.numbers(shadow)),
                        .hints = sizeHints(connection_.numbers(hints))};
     if (!client) {
         return std::nullopt;
     }
     result.client = {client->x, client->y, client->width, client->height};
+    readFrame(connection_, *client, told, result);
     return result;
 }
 

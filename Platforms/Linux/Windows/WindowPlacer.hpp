@@ -27,8 +27,10 @@ public:
 
     WindowPlacer(ZorbelKit::MainLoop& loop, DesktopConnection& connection);
 
-    /// `visible`: what the user is to see of the window, in pixels of the X screen.
-    void place(xcb_window_t window, const PixelRect& visible);
+    /// `visible`: what the user is to see of the window, in pixels of the X screen. A window manager that
+    /// does not maximise windows leaves the state to the program that has set it, where it would be waited
+    /// for in vain.
+    void place(xcb_window_t window, const PixelRect& visible, bool isMaximising);
 
     /// What the user will see of a window that has been asked to move and has not moved yet; none where it is
     /// no longer on its way.
@@ -53,22 +55,23 @@ private:
 
     struct Job {
         PixelRect wanted;
+        bool isMaximising = true; // the window manager knows of such a state
         Step step = Step::clearing;
-        State state{}; // while it is cleared
-        bool hasStateComeBack = false;
+        State state{};              // while it is cleared
+        bool wasFullscreen = false; // at first
         PixelRect asked{};          // the last placement
         PixelRect expected{};       // what will be seen then
         bool wasConfigured = false; // since then
         ZorbelKit::Token timer{};   // of the next look
     };
 
-    State state(xcb_window_t window) const;
+    State state(xcb_window_t window, bool isMaximising) const;
     void clear(xcb_window_t window, const State& state) const;
     void beginClearing(xcb_window_t window, Job& job);
     void goOnClearing(xcb_window_t window, Job& job);
     void clearWhatCameBack(xcb_window_t window, Job& job);
     void move(xcb_window_t window);
-    void ask(xcb_window_t window, const PixelRect& placement) const;
+    void ask(xcb_window_t window, const PixelRect& placement, const WindowShape& shape) const;
     void lookSoon(xcb_window_t window, ZorbelKit::Seconds delay, bool isLast);
     void look(xcb_window_t window, bool isLast);
     void finish(xcb_window_t window);

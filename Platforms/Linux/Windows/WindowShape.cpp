@@ -1,6 +1,7 @@
 #include "Platforms/Linux/Windows/WindowShape.hpp"
 
 #include <algorithm>
+#include <array>
 #include <cstdlib>
 
 namespace Linux {
@@ -58,6 +59,13 @@ Edges edges(std::span<const std::uint32_t> numbers) {
     return {edge(0), edge(1), edge(2), edge(3)};
 }
 
+Edges edgesAround(const PixelRect& inner, const PixelRect& outer) {
+    const auto edge = [](std::int32_t width) { return static_cast<std::uint32_t>(width); };
+    const std::array numbers{edge(inner.x - outer.x), edge(outer.x + outer.width - inner.x - inner.width),
+                             edge(inner.y - outer.y), edge(outer.y + outer.height - inner.y - inner.height)};
+    return edges(numbers);
+}
+
 SizeHints sizeHints(std::span<const std::uint32_t> numbers) {
     if (numbers.empty()) {
         return {};
@@ -66,26 +74,32 @@ SizeHints sizeHints(std::span<const std::uint32_t> numbers) {
 }
 
 PixelRect visibleRect(const WindowShape& shape) {
-    const auto& [client, frame, shadow, hints] = shape;
+    const auto& client = shape.client;
+    const auto& frame = shape.frame;
+    const auto& shadow = shape.shadow;
     return {client.x - frame.left + shadow.left, client.y - frame.top + shadow.top,
             std::max(client.width + frame.left + frame.right - shadow.left - shadow.right, 1),
             std::max(client.height + frame.top + frame.bottom - shadow.top - shadow.bottom, 1)};
 }
 
 PixelRect placement(const PixelRect& visible, const WindowShape& shape) {
-    const auto& [client, frame, shadow, hints] = shape;
-    return {visible.x - shadow.left, visible.y - shadow.top,
+    const auto& frame = shape.frame;
+    const auto& shadow = shape.shadow;
+    const auto& hints = shape.hints;
+    const std::int32_t inward = shape.isFrameTold ? 0 : frame.left - shape.border;
+    const std::int32_t downward = shape.isFrameTold ? 0 : frame.top - shape.border;
+    return {visible.x - shadow.left + inward, visible.y - shadow.top + downward,
             hints.width.nearest(visible.width - frame.left - frame.right + shadow.left + shadow.right),
             hints.height.nearest(visible.height - frame.top - frame.bottom + shadow.top + shadow.bottom)};
 }
 
 PixelRect placed(const PixelRect& visible, const WindowShape& shape) {
     const PixelRect place = placement(visible, shape);
-    const auto& [client, frame, shadow, hints] = shape;
-    return visibleRect({.client = {place.x + frame.left, place.y + frame.top, place.width, place.height},
-                        .frame = frame,
-                        .shadow = shadow,
-                        .hints = hints});
+    WindowShape after = shape;
+    after.client.width = place.width;
+    after.client.height = place.height;
+    const PixelRect seen = visibleRect(after);
+    return {visible.x, visible.y, seen.width, seen.height};
 }
 
 bool isSettled(const PixelRect& visible, const WindowShape& shape) {

@@ -37,16 +37,22 @@ struct SizeHints {
 };
 
 /// A window as it is on the X screen. A frame is drawn by the window manager around the client, a shadow by
-/// the client inside of its own edges.
+/// the client inside of its own edges. The client is measured without the border that the server draws around
+/// it, if any; that counts as a part of the frame.
 struct WindowShape {
     PixelRect client;
     Edges frame;
     Edges shadow;
     SizeHints hints;
+    std::int32_t border = 0;
+    bool isFrameTold = true; // by the window manager, else the frame was looked at
 };
 
 /// From _NET_FRAME_EXTENTS or _GTK_FRAME_EXTENTS. No edges where the property makes no sense.
 Edges edges(std::span<const std::uint32_t> numbers);
+
+/// What lies around the inner one of two rectangles. No edges where that cannot be a frame.
+Edges edgesAround(const PixelRect& inner, const PixelRect& outer);
 
 /// From WM_NORMAL_HINTS. Nonsense is left out.
 SizeHints sizeHints(std::span<const std::uint32_t> numbers);
@@ -54,8 +60,10 @@ SizeHints sizeHints(std::span<const std::uint32_t> numbers);
 /// What the user sees of it: with the frame, without the shadow.
 PixelRect visibleRect(const WindowShape& shape);
 
-/// What to ask of the window manager so that the user sees the window fill `visible`: the corner is that of
-/// the frame, the size that of the client, as near as its hints allow and no greater unless they want that.
+/// What to ask of the window manager so that the user sees the window fill `visible`: the size is that of the
+/// client, as near as its hints allow and no greater unless they want that; the corner is that of the frame.
+/// A window manager that tells nothing of its frames leaves them out of account here too: for it, the corner
+/// is the client's, with its border.
 PixelRect placement(const PixelRect& visible, const WindowShape& shape);
 
 /// What the user sees of it once it is placed like that.
