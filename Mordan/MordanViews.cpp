@@ -4,6 +4,7 @@
 #include "Mordan/MordanTexts.hpp"
 #include "ZorbelKit/Controls/Accessible.hpp"
 #include "ZorbelKit/Controls/Counter.hpp"
+#include "ZorbelKit/Controls/Layouts.hpp"
 #include "ZorbelKit/Controls/LineText.hpp"
 #include "ZorbelKit/Controls/SearchField.hpp"
 #include "ZorbelKit/Controls/SpiceIcon.hpp"
@@ -331,9 +332,7 @@ MordanMenuSection::MordanMenuSection(MordanSpice& spice, QWidget* parent)
     , spice_(spice)
     , list_(new RowList("Clipboard", CompactRow::rowHeight, rowsOf<CompactRow>(wounds_, spice), this))
     , nothing_(makeText("", TextStyle::callout, malaiDim, this)) {
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(0);
+    auto* column = makeColumn(this, 0);
     column->addWidget(list_);
     column->addWidget(nothing_);
     nothing_->setContentsMargins(paddingX, 0, paddingX, 0);
@@ -392,9 +391,7 @@ MordanPanel::MordanPanel(MordanSpice& spice, QWidget* parent)
     card->setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Expanding);
     card->setMinimumHeight(leastRows * WoundRow::rowHeight + 2 * cardPadding);
 
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(12);
+    auto* column = makeColumn(this, 12);
     column->addLayout(top);
     column->addWidget(hint_);
     column->addWidget(card, 1);

@@ -7,6 +7,7 @@
 #include "ZorbelKit/Controls/Buttons.hpp"
 #include "ZorbelKit/Controls/Capsule.hpp"
 #include "ZorbelKit/Controls/Counter.hpp"
+#include "ZorbelKit/Controls/Layouts.hpp"
 #include "ZorbelKit/Controls/LineText.hpp"
 #include "ZorbelKit/Controls/Reading.hpp"
 #include "ZorbelKit/Controls/SteepDot.hpp"
@@ -43,13 +44,6 @@ constexpr int seatColumn = 96;
 constexpr int timeColumn = 62;
 constexpr double symbolSize = 18;
 constexpr int leadWidth = 24; // of the picture or symbol that begins a line
-
-QVBoxLayout* makeColumn(QWidget* parent, int spacing) {
-    auto* column = new QVBoxLayout(parent);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(spacing);
-    return column;
-}
 
 QHBoxLayout* makeRow(QWidget* parent, int paddingY) {
     auto* row = new QHBoxLayout(parent);

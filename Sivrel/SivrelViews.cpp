@@ -5,6 +5,7 @@
 #include "ZorbelKit/Controls/Accessible.hpp"
 #include "ZorbelKit/Controls/Buttons.hpp"
 #include "ZorbelKit/Controls/Counter.hpp"
+#include "ZorbelKit/Controls/Layouts.hpp"
 #include "ZorbelKit/Controls/Picker.hpp"
 #include "ZorbelKit/Controls/Rule.hpp"
 #include "ZorbelKit/Controls/Stat.hpp"
@@ -56,13 +57,6 @@ QLabel* makeParagraph(const QString& text, TextStyle style, const Color& colour,
     QLabel* label = makeText(text, style, colour, parent);
     label->setWordWrap(true);
     return label;
-}
-
-QVBoxLayout* makeColumn(QWidget* parent, int spacing) {
-    auto* column = new QVBoxLayout(parent);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(spacing);
-    return column;
 }
 
 /// A card whose content keeps its distance from the edges.

@@ -4,6 +4,7 @@
 #include "Zorbel/Updates.hpp"
 #include "ZorbelKit/Controls/Accessible.hpp"
 #include "ZorbelKit/Controls/Buttons.hpp"
+#include "ZorbelKit/Controls/Layouts.hpp"
 #include "ZorbelKit/Controls/LiveView.hpp"
 #include "ZorbelKit/Controls/Rule.hpp"
 #include "ZorbelKit/Controls/ScrollView.hpp"
@@ -57,9 +58,7 @@ public:
         , updates_(updates)
         , scroll_(new ScrollView(this)) {
         setAccessible(*this, QAccessible::Pane, "Zorbel panel");
-        auto* column = new QVBoxLayout(this);
-        column->setContentsMargins(0, 0, 0, 0);
-        column->setSpacing(0);
+        auto* column = makeColumn(this, 0);
         column->addWidget(scroll_, 1);
         column->addWidget(new Rule(Qt::Horizontal, this));
         column->addLayout(makeFooter(application, std::move(openDashboard)));
@@ -120,9 +119,7 @@ private:
     void rebuildSections() {
         shown_ = steeping();
         auto* content = new QWidget;
-        auto* column = new QVBoxLayout(content);
-        column->setContentsMargins(0, 0, 0, 0);
-        column->setSpacing(0);
+        auto* column = makeColumn(content, 0);
         for (const std::string& id : shown_) {
             if (column->count() > 0) {
                 column->addWidget(new Rule(Qt::Horizontal, content));

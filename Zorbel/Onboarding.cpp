@@ -2,6 +2,7 @@
 
 #include "ZorbelKit/Controls/Accessible.hpp"
 #include "ZorbelKit/Controls/Buttons.hpp"
+#include "ZorbelKit/Controls/Layouts.hpp"
 #include "ZorbelKit/Controls/Rule.hpp"
 #include "ZorbelKit/Controls/SpiceIcon.hpp"
 #include "ZorbelKit/Controls/Text.hpp"
@@ -27,9 +28,7 @@ public:
     Onboarding(std::function<void()> complete, QWidget* parent)
         : QWidget(parent) {
         setAccessible(*this, QAccessible::Pane, "Welcome to Zorbel");
-        auto* column = new QVBoxLayout(this);
-        column->setContentsMargins(0, 0, 0, 0);
-        column->setSpacing(0);
+        auto* column = makeColumn(this, 0);
         column->addStretch(3);
         column->addWidget(new SpiceIcon("zorbel", glassSize, false, this), 0, Qt::AlignHCenter);
         column->addSpacing(8);

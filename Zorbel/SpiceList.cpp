@@ -1,6 +1,7 @@
 #include "Zorbel/SpiceList.hpp"
 
 #include "ZorbelKit/Controls/Accessible.hpp"
+#include "ZorbelKit/Controls/Layouts.hpp"
 #include "ZorbelKit/Controls/ScrollView.hpp"
 #include "ZorbelKit/Controls/SpiceIcon.hpp"
 #include "ZorbelKit/Controls/Text.hpp"
@@ -163,9 +164,7 @@ SpiceList::SpiceList(Stall& stall, MainLoop& loop, QWidget* parent)
     , stall_(stall)
     , scroll_(new ScrollView(this)) {
     setFixedWidth(listWidth);
-    auto* column = new QVBoxLayout(this);
-    column->setContentsMargins(0, 0, 0, 0);
-    column->setSpacing(0);
+    auto* column = makeColumn(this, 0);
     column->addWidget(new Masthead(this));
     column->addWidget(scroll_, 1);
 

@@ -47,7 +47,7 @@ TEST_F(BadInput, NoDisplayIsOneClearLine) {
         std::optional<std::string> display;
         std::optional<std::string> authority;
     };
-    const Folder folder;
+    const TemporaryFolder folder;
     const fs::path rubbish = folder.path() / "rubbish";
     std::ofstream(rubbish) << "\x01\xFF rubbish";
     const Row rows[] = {{"not set", std::nullopt, std::nullopt},
@@ -67,7 +67,7 @@ TEST_F(BadInput, NoDisplayIsOneClearLine) {
 }
 
 TEST_F(BadInput, RubbishForAKeyIsIgnoredWhereTheServerWantsNone) {
-    const Folder folder;
+    const TemporaryFolder folder;
     std::ofstream(folder.path() / "rubbish") << "\x01\xFF rubbish";
     start({{"XAUTHORITY", (folder.path() / "rubbish").string()}});
     screen().click(glass());
@@ -85,7 +85,7 @@ TEST_F(BadInput, WithoutABusTheBarWorks) {
                         {"empty", ""}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        const Folder runtime;
+        const TemporaryFolder runtime;
         Program& zorbel =
             start({{"DBUS_SESSION_BUS_ADDRESS", row.address}, {"XDG_RUNTIME_DIR", runtime.path().string()}});
         const QPoint place = glass();
@@ -178,7 +178,7 @@ TEST_F(BadInput, FullDiskDoesNotEndIt) {
 }
 
 TEST_F(BadInput, WithoutAHomeItLeavesNoFilesBehind) {
-    const Folder place;
+    const TemporaryFolder place;
     const fs::path before = fs::current_path();
     fs::current_path(place.path()); // for the child; ours goes back at once
     Program& zorbel = start({{"XDG_CONFIG_HOME", std::nullopt}, {"HOME", std::nullopt}});
@@ -214,7 +214,7 @@ TEST_F(BadInput, WithoutAnyPlaceForTheGlassTheDashboardOpens) {
     const Row rows[] = {{"with a bus", address}, {"without a bus", std::nullopt}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
-        const Folder runtime;
+        const TemporaryFolder runtime;
         const auto started = std::chrono::steady_clock::now();
         Program& zorbel = start({{"QT_QPA_PLATFORM", "offscreen"},
                                  {"DBUS_SESSION_BUS_ADDRESS", row.bus},

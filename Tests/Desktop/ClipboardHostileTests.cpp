@@ -68,7 +68,7 @@ const SharedText& longText() {
 
 /// The same in a file, for others to compare with.
 std::filesystem::path longTextFile() {
-    static const Folder folder;
+    static const TemporaryFolder folder;
     const auto file = folder.path() / "ours";
     if (!std::filesystem::exists(file)) {
         std::ofstream(file, std::ios::binary) << longText().view();
@@ -247,7 +247,7 @@ protected:
         return until([&] { return linesIn(reader, "answered") + linesIn(reader, "refused") >= count; });
     }
 
-    Folder folder_;
+    TemporaryFolder folder_;
     std::deque<Program> programs_;
     std::unique_ptr<X11Pasteboard> pasteboard_;
     ZorbelKit::Token watch_;

@@ -500,7 +500,7 @@ public:
     Program& program() { return *program_; }
 
 private:
-    Folder folder_;
+    TemporaryFolder folder_;
     std::unique_ptr<Program> program_;
 };
 

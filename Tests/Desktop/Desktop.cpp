@@ -78,19 +78,6 @@ bool holds(const std::function<bool()>& condition, Seconds duration) {
     return !until([&] { return !condition(); }, duration);
 }
 
-Folder::Folder() {
-    std::string pattern = (fs::temp_directory_path() / "zorbel-desktop-XXXXXX").string();
-    if (!::mkdtemp(pattern.data())) {
-        throw std::system_error(errno, std::generic_category(), pattern);
-    }
-    path_ = pattern;
-}
-
-Folder::~Folder() {
-    std::error_code ignored;
-    fs::remove_all(path_, ignored);
-}
-
 void Settings::writeText(const std::string& text) const {
     fs::create_directories(file().parent_path());
     std::ofstream(file(), std::ios::binary) << text;

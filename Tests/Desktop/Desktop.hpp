@@ -1,5 +1,7 @@
 #pragma once
 
+#include "Tests/TemporaryFolder.hpp"
+
 #include <QColor>
 #include <QImage>
 #include <QRect>
@@ -36,20 +38,6 @@ inline constexpr Seconds patience{20.0};
 /// Whether the condition holds without a break for so long.
 [[nodiscard]] bool holds(const std::function<bool()>& condition, Seconds duration);
 
-/// A folder of the test's own, removed with it.
-class Folder {
-public:
-    Folder();
-    Folder(const Folder&) = delete;
-    Folder& operator=(const Folder&) = delete;
-    ~Folder();
-
-    const std::filesystem::path& path() const { return path_; }
-
-private:
-    std::filesystem::path path_;
-};
-
 /// A configuration folder of the test's own, and Zorbel's settings in it.
 class Settings {
 public:
@@ -63,7 +51,7 @@ public:
     nlohmann::json read() const;
 
 private:
-    Folder folder_;
+    TemporaryFolder folder_;
 };
 
 /// A child process. What it writes on standard output and standard error is kept; it does not outlive this

@@ -35,7 +35,7 @@ public:
     std::string path() const { return folder_.path().string(); }
 
 private:
-    Folder folder_;
+    TemporaryFolder folder_;
 };
 
 } // namespace

@@ -309,7 +309,7 @@ TEST_F(MenuBarItems, FollowTheirPicture) {
 }
 
 TEST_F(MenuBarItems, TakeTheirPictureFromAFileOrAFolderOfTheirOwn) {
-    const Folder folder;
+    const TemporaryFolder folder;
     for (const auto& [name, colour] : {std::pair("plain", lime), std::pair("themed", pink)}) {
         QImage picture(32, 32, QImage::Format_ARGB32);
         picture.fill(colour);

@@ -12,7 +12,7 @@ using Row = std::vector<std::size_t>;
 const std::vector<QColor> palette{azure, lime, pink, cyan};
 
 /// A copy of the Qt program under another name.
-std::string copyOfTheProgram(const Folder& folder, const char* name) {
+std::string copyOfTheProgram(const TemporaryFolder& folder, const char* name) {
     const auto path = folder.path() / name;
     std::filesystem::copy_file(QT_TRAY_PROGRAM, path);
     return path.string();
@@ -204,7 +204,7 @@ TEST_F(MenuBarOrder, ADraggedProgramThatDiesLetsGo) {
 }
 
 TEST_F(MenuBarOrder, S13_ProgramsThatShareAnIdAreToldApart) {
-    const Folder folder;
+    const TemporaryFolder folder;
     const std::string alpha = copyOfTheProgram(folder, "alpha");
     const std::string beta = copyOfTheProgram(folder, "beta");
     const char* id = "chrome_status_icon_1";

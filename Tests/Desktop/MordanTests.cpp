@@ -48,7 +48,7 @@ public:
     Program& last() { return copiers_.back(); }
 
 private:
-    Folder folder_;
+    TemporaryFolder folder_;
     std::deque<Program> copiers_;
 };
 

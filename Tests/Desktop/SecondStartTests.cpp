@@ -46,7 +46,7 @@ protected:
         return values.empty() ? XCB_NONE : values.front();
     }
 
-    Folder runtime;
+    TemporaryFolder runtime;
 };
 
 TEST_P(SecondStart, BringsTheRunningOneForwardAndEnds) {

@@ -1,8 +1,8 @@
 #include "Platforms/Linux/DesktopEntries.hpp"
+#include "Tests/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -16,15 +16,12 @@ namespace {
 class DesktopEntriesTest : public testing::Test {
 protected:
     DesktopEntriesTest() {
-        std::string pattern = (fs::temp_directory_path() / "entries-XXXXXX").string();
-        root_ = mkdtemp(pattern.data());
         fs::create_directory(own());
         fs::create_directory(everybodys());
     }
-    ~DesktopEntriesTest() override { fs::remove_all(root_); }
 
-    fs::path own() const { return root_ / "own"; }
-    fs::path everybodys() const { return root_ / "everybodys"; }
+    fs::path own() const { return root_.path() / "own"; }
+    fs::path everybodys() const { return root_.path() / "everybodys"; }
 
     static void write(const fs::path& file, const std::string& text) { std::ofstream(file) << text; }
 
@@ -39,7 +36,7 @@ protected:
     }
 
 private:
-    fs::path root_;
+    TemporaryFolder root_;
 };
 
 } // namespace

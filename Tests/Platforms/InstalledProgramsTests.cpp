@@ -1,10 +1,10 @@
 #include "Platforms/Linux/InstalledPrograms.hpp"
 #include "Platforms/Simulated/SimulatedMainLoop.hpp"
+#include "Tests/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 
 #include <chrono>
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <string>
@@ -19,17 +19,15 @@ namespace {
 class InstalledProgramsTest : public testing::Test {
 protected:
     InstalledProgramsTest() {
-        std::string pattern = (fs::temp_directory_path() / "programs-XXXXXX").string();
-        folder_ = mkdtemp(pattern.data());
         install("xterm", "Terminal");
-        programs = std::make_unique<InstalledPrograms>(loop, std::vector{folder_}, "en");
+        programs = std::make_unique<InstalledPrograms>(loop, std::vector{folder_.path()}, "en");
     }
-    ~InstalledProgramsTest() override { fs::remove_all(folder_); }
 
     /// As if some time had passed since the last time.
     void install(const std::string& id, const std::string& name) {
-        std::ofstream(folder_ / (id + ".desktop")) << "[Desktop Entry]\nName=" << name << "\nIcon=pot\n";
-        fs::last_write_time(folder_,
+        std::ofstream(folder_.path() / (id + ".desktop"))
+            << "[Desktop Entry]\nName=" << name << "\nIcon=pot\n";
+        fs::last_write_time(folder_.path(),
                             fs::file_time_type::clock::now() + std::chrono::seconds(++installations_));
     }
 
@@ -39,7 +37,7 @@ protected:
     }
 
 private:
-    fs::path folder_;
+    TemporaryFolder folder_;
     int installations_ = 0;
 
 protected:

@@ -1,5 +1,6 @@
 #include "Platforms/Linux/JsonDefaults.hpp"
 #include "Platforms/Simulated/SimulatedMainLoop.hpp"
+#include "Tests/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 #include <nlohmann/json.hpp>
@@ -37,22 +38,6 @@ using Data = ZorbelKit::Defaults::Data;
 namespace fs = std::filesystem;
 
 namespace {
-
-class TemporaryFolder {
-public:
-    TemporaryFolder() {
-        std::string pattern = (fs::temp_directory_path() / "zorbel-defaults-XXXXXX").string();
-        path_ = ::mkdtemp(pattern.data());
-    }
-    TemporaryFolder(const TemporaryFolder&) = delete;
-    TemporaryFolder& operator=(const TemporaryFolder&) = delete;
-    ~TemporaryFolder() { fs::remove_all(path_); }
-
-    const fs::path& path() const { return path_; }
-
-private:
-    fs::path path_;
-};
 
 std::string contents(const fs::path& file) {
     std::ifstream stream(file, std::ios::binary);

@@ -1,5 +1,6 @@
 #include "Platforms/Linux/ProcHostStatistics.hpp"
 #include "Rusket/VitalsReader.hpp"
+#include "Tests/TemporaryFolder.hpp"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -38,20 +39,14 @@ constexpr std::uint64_t gibi = 1024 * mebi;
 /// who has one open sees the new text, as in /proc.
 class FakeRoot {
 public:
-    FakeRoot() {
-        std::string pattern = std::filesystem::temp_directory_path() / "proc-host-statistics-XXXXXX";
-        path_ = ::mkdtemp(pattern.data());
-    }
-    ~FakeRoot() { std::filesystem::remove_all(path_); }
-    FakeRoot(const FakeRoot&) = delete;
-    FakeRoot& operator=(const FakeRoot&) = delete;
-
     void write(const std::string& file, std::string_view text) const {
-        std::filesystem::create_directories((path_ / file).parent_path());
-        std::ofstream(path_ / file, std::ios::binary | std::ios::trunc) << text;
+        std::filesystem::create_directories((folder_.path() / file).parent_path());
+        std::ofstream(folder_.path() / file, std::ios::binary | std::ios::trunc) << text;
     }
-    void remove(const std::string& file) const { std::filesystem::remove_all(path_ / file); }
-    void makeFolder(const std::string& folder) const { std::filesystem::create_directories(path_ / folder); }
+    void remove(const std::string& file) const { std::filesystem::remove_all(folder_.path() / file); }
+    void makeFolder(const std::string& folder) const {
+        std::filesystem::create_directories(folder_.path() / folder);
+    }
 
     /// The first columns of the processor row.
     void writeTicks(const std::vector<std::uint64_t>& columns) const {
@@ -97,10 +92,10 @@ public:
         ::close(folder);
     }
 
-    std::string path() const { return std::filesystem::canonical(path_); }
+    std::string path() const { return std::filesystem::canonical(folder_.path()); }
 
 private:
-    std::filesystem::path path_;
+    TemporaryFolder folder_;
 };
 
 /// The adapter on a folder of the test's, and the reader over it.

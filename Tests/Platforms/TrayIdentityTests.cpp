@@ -1,4 +1,5 @@
 #include "Platforms/Linux/MenuBar/TrayIdentity.hpp"
+#include "Tests/TemporaryFolder.hpp"
 
 #include <gtest/gtest.h>
 #include <sys/stat.h>
@@ -20,14 +21,7 @@ using Linux::trayIdentity;
 /// A folder that stands for "/proc", made for one test and removed with it; it knows the process 4711.
 class FakeProc {
 public:
-    FakeProc() {
-        std::string pattern = std::filesystem::temp_directory_path() / "tray-identity-XXXXXX";
-        path_ = ::mkdtemp(pattern.data());
-        std::filesystem::create_directories(process() / "root");
-    }
-    ~FakeProc() { std::filesystem::remove_all(path_); }
-    FakeProc(const FakeProc&) = delete;
-    FakeProc& operator=(const FakeProc&) = delete;
+    FakeProc() { std::filesystem::create_directories(process() / "root"); }
 
     void runs(const std::string& executable) const {
         std::filesystem::remove(process() / "exe");
@@ -43,12 +37,12 @@ public:
         }
         write("cmdline", text);
     }
-    std::filesystem::path process() const { return path_ / "4711"; }
-    std::string program() const { return processIdentity(4711, path_).program; }
-    std::string path() const { return path_; }
+    std::filesystem::path process() const { return folder_.path() / "4711"; }
+    std::string program() const { return processIdentity(4711, folder_.path()).program; }
+    std::string path() const { return folder_.path(); }
 
 private:
-    std::filesystem::path path_;
+    TemporaryFolder folder_;
 };
 
 TEST(TrayIdentity, NamesTheExecutable) {

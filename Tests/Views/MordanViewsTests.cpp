@@ -40,26 +40,6 @@ using ZorbelKit::SymbolButton;
 constexpr QSize pageSize(635, 480);
 constexpr int sectionWidth = 300; // the panel's 328 points less 14 on each side
 
-template <class Part>
-std::vector<Part*> parts(const QWidget& widget) {
-    std::vector<Part*> found;
-    for (QWidget* child : widget.findChildren<QWidget*>()) {
-        if (auto* part = dynamic_cast<Part*>(child); part && part->isVisibleTo(&widget)) {
-            found.push_back(part);
-        }
-    }
-    return found;
-}
-
-template <class Part>
-Part& part(const QWidget& widget) {
-    const auto found = parts<Part>(widget);
-    if (found.empty()) {
-        throw std::runtime_error("no such part");
-    }
-    return *found.front();
-}
-
 /// The text of a row, as it would be read; none of it need fit.
 QString lineOf(const WoundRow& row) {
     return part<LineText>(row).text();

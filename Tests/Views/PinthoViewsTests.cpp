@@ -56,26 +56,6 @@ constexpr const char* nothingPlaced = "Nothing yet. Windows you move will be lis
 constexpr const char* accessRequired = "Accessibility access required.";
 constexpr const char* cannotMove = "Pintho cannot move windows yet.";
 
-template <class Part>
-std::vector<Part*> parts(const QWidget& widget) {
-    std::vector<Part*> found;
-    for (QWidget* child : widget.findChildren<QWidget*>()) {
-        if (auto* part = dynamic_cast<Part*>(child); part && part->isVisibleTo(&widget)) {
-            found.push_back(part);
-        }
-    }
-    return found;
-}
-
-template <class Part>
-Part& part(const QWidget& widget) {
-    const auto found = parts<Part>(widget);
-    if (found.empty()) {
-        throw std::runtime_error("no such part");
-    }
-    return *found.front();
-}
-
 /// Where a part lies on the page.
 QRect placeOf(const QWidget& part, const QWidget& page) {
     return {part.mapTo(&page, QPoint()), part.size()};

@@ -8,6 +8,7 @@
 #include <functional>
 #include <map>
 #include <memory>
+#include <stdexcept>
 #include <vector>
 
 /// Helpers for tests of real widgets on the offscreen platform.
@@ -33,6 +34,28 @@ QAbstractButton* button(const QWidget& widget, const QString& name);
 
 /// The topmost descendant with this accessible name; null where there is none.
 QWidget* named(const QWidget& widget, const QString& name);
+
+/// The visible descendants of this class.
+template <class Part>
+std::vector<Part*> parts(const QWidget& widget) {
+    std::vector<Part*> found;
+    for (QWidget* child : widget.findChildren<QWidget*>()) {
+        if (auto* part = dynamic_cast<Part*>(child); part && part->isVisibleTo(&widget)) {
+            found.push_back(part);
+        }
+    }
+    return found;
+}
+
+/// The first of them; there has to be one.
+template <class Part>
+Part& part(const QWidget& widget) {
+    const auto found = parts<Part>(widget);
+    if (found.empty()) {
+        throw std::runtime_error("no such part");
+    }
+    return *found.front();
+}
 
 /// Counts the paint events of every widget of a window.
 class PaintCounter : public QObject {
