@@ -109,7 +109,7 @@ TEST_F(Shortcuts, EveryNamedKeyCanBeHeld) {
 
 TEST_F(Shortcuts, LocksMakeNoDifference) {
     const Token token = grab("Left");
-    for (const xcb_keysym_t lock : {XK_Caps_Lock, XK_Num_Lock}) {
+    for (const xcb_keysym_t lock : {xcb_keysym_t{XK_Caps_Lock}, xcb_keysym_t{XK_Num_Lock}}) {
         SCOPED_TRACE(lock);
         screen.press(lock);
         EXPECT_TRUE(isHeard(XK_Left));

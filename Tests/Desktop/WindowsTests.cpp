@@ -441,8 +441,8 @@ TEST_F(Windows, P11_TheWorkAreasOfEveryMonitorAreUsedWhereTheManagerKeepsThem) {
 TEST_F(Windows, P12_WhatPanelsAndMonitorsDoIsSeenAtOnce) {
     int changes = 0;
     const auto told = screens.onChange([&] { ++changes; });
-    const auto hasArea = [&](double height, int least) {
-        return until([&] { return visibleFrame(0).height == height && changes >= least; });
+    const auto hasArea = [&](double height, int count) {
+        return until([&] { return visibleFrame(0).height == height && changes >= count; });
     };
     const xcb_window_t panel = client.open({.type = "_NET_WM_WINDOW_TYPE_DOCK", .frame = {0, 0, 1280, 30}});
     client.setCardinals(panel, "_NET_WM_STRUT_PARTIAL", barAlongTop(30, 0, 1279));
@@ -609,6 +609,14 @@ TEST(WindowsOfABareServer, P20_AWindowManagerIsFollowedThroughItsLife) {
     }
     Program next({"openbox", "--sm-disable"}, {{"DISPLAY", server.display()}});
     EXPECT_TRUE(until([&] { return accessibility.isTrusted(); }));
+    const GuestClient client(server.display());
+    const xcb_window_t window = client.open();
+    const Screen nested(server.display());
+    // What reaches it while it starts it may see to only when something more comes.
+    ASSERT_TRUE(until([&] {
+        client.setShown(window, true);
+        return !nested.isUnframed(window);
+    }));
     Program replacing({"openbox", "--sm-disable", "--replace"}, {{"DISPLAY", server.display()}});
     EXPECT_TRUE(next.waitForEnd());
     EXPECT_TRUE(until([&] { return accessibility.isTrusted(); }));
