@@ -134,6 +134,7 @@ void PinthoSpice::readContext() {
     const auto all = system_.all();
     const auto main = system_.main();
     std::vector<ScreenInfo> infos;
+    infos.reserve(all.size());
     for (const Screen& screen : all) {
         infos.push_back({.id = screen.id,
                          .index = static_cast<std::int64_t>(infos.size()),
