@@ -99,7 +99,7 @@ std::vector<std::optional<fs::file_time_type>> timesOf(const std::vector<fs::pat
 
 } // namespace
 
-DesktopEntries::DesktopEntries(std::vector<fs::path> folders, std::string locale)
+DesktopEntries::DesktopEntries(std::vector<fs::path> folders, const std::string& locale)
     : folders_(std::move(folders))
     , suffixes_(suffixes(locale))
     , changed_(timesOf(folders_)) { // before they are read: what changes meanwhile is seen the next time
@@ -117,7 +117,7 @@ std::optional<DesktopEntries::Entry> DesktopEntries::ofClass(std::string_view wi
     if (const auto announced = byClass_.find(name); announced != byClass_.end()) {
         return withId(announced->second);
     }
-    if (const auto entry = withId(name)) {
+    if (auto entry = withId(name)) {
         return entry;
     }
     if (const auto part = byPart_.find(name); part != byPart_.end()) {

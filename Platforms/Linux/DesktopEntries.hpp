@@ -21,7 +21,7 @@ public:
 
     /// Reads them all. `folders` hold the desktop files, the most important first; `locale` chooses among the
     /// translations of a name ("de_AT", "sr@latin").
-    DesktopEntries(std::vector<std::filesystem::path> folders, std::string locale);
+    DesktopEntries(std::vector<std::filesystem::path> folders, const std::string& locale);
 
     /// Whether its folders have stayed as they were read.
     bool isCurrent() const;

@@ -71,6 +71,7 @@ void DesktopConnection::readNames() {
         return xcb_intern_atom(get(), 0, static_cast<std::uint16_t>(name.size()), name.data());
     };
     std::vector<xcb_intern_atom_cookie_t> questions;
+    questions.reserve(atoms_.size() + workAreas_.size());
     for (const std::string_view name : desktopNames) {
         questions.push_back(askFor(name));
     }

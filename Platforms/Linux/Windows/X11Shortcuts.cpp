@@ -162,6 +162,7 @@ std::vector<Chord> X11Shortcuts::Keyboard::chords(xcb_keysym_t symbol) const {
 /// not at another.
 bool X11Shortcuts::Keyboard::hold(const std::vector<Chord>& chords) const {
     std::vector<xcb_void_cookie_t> questions;
+    questions.reserve(chords.size());
     for (const Chord& chord : chords) {
         questions.push_back(xcb_grab_key_checked(connection_.get(), 0, root_, chord.modifiers, chord.key,
                                                  XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC));
