@@ -4,6 +4,7 @@
 #include "Platforms/Linux/Windows/X11Screens.hpp"
 #include "Platforms/Linux/Windows/X11Shortcuts.hpp"
 #include "Platforms/Linux/X11Workspace.hpp"
+#include "Platforms/Linux/XReply.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
 #include "Tests/Desktop/Desktop.hpp"
 
@@ -337,8 +338,7 @@ protected:
         if (isKnown(toolkitFrame)) {
             return;
         }
-        const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> connection(
-            xcb_connect(nullptr, nullptr), &xcb_disconnect);
+        const std::unique_ptr<xcb_connection_t, Linux::Disconnect> connection(xcb_connect(nullptr, nullptr));
         const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(connection.get())).data->root;
         const xcb_atom_t shadow = screen.atom(toolkitFrame);
         xcb_change_property(connection.get(), XCB_PROP_MODE_APPEND, root, screen.atom("_NET_SUPPORTED"),

@@ -154,8 +154,7 @@ TEST_F(Shortcuts, AKeyOfAnotherProgramCannotBeHadNorAnyPartOfIt) {
 
 TEST_F(Shortcuts, ARefusalLeavesNothingHeld) {
     // Another program holds the key, but only with Caps Lock on.
-    const std::unique_ptr<xcb_connection_t, decltype(&xcb_disconnect)> other(xcb_connect(nullptr, nullptr),
-                                                                             &xcb_disconnect);
+    const std::unique_ptr<xcb_connection_t, Linux::Disconnect> other(xcb_connect(nullptr, nullptr));
     const xcb_setup_t* setup = xcb_get_setup(other.get());
     const xcb_window_t root = xcb_setup_roots_iterator(setup).data->root;
     constexpr std::uint16_t plain = XCB_MOD_MASK_CONTROL | XCB_MOD_MASK_1;
