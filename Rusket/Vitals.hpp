@@ -21,7 +21,4 @@ struct Vitals {
 /// A size in binary megabytes or gigabytes, "1.5 GB".
 std::string asMemorySize(std::uint64_t bytes);
 
-/// A fraction as a whole percentage, truncated toward zero: 0.999 reads "99%".
-std::string percentText(double fraction);
-
 } // namespace Rusket

@@ -15,10 +15,6 @@ std::string asMemorySize(std::uint64_t bytes) {
     return ZorbelKit::byteCountText(bytes, ZorbelKit::CountStyle::memory);
 }
 
-std::string percentText(double fraction) {
-    return std::to_string(checked::toInt64(fraction * 100)) + "%";
-}
-
 VitalsReader::VitalsReader(HostStatistics& statistics)
     : statistics_(statistics) {
 }

@@ -22,11 +22,13 @@ std::unique_ptr<ZorbelKit::Stall> build(const Host& host) {
     stall->add(std::make_unique<Pintho::PinthoSpice>(host.loop, host.clock, host.workspace,
                                                      host.windowScreens, host.accessibility, host.shortcuts));
     stall->add(std::make_unique<Rusket::RusketSpice>(host.loop, host.statistics));
-    stall->add(std::make_unique<Wendrel::WendrelSpice>());
+    stall->add(std::make_unique<Wendrel::WendrelSpice>(host.loop, host.clock, host.batteryRegistry,
+                                                       host.powerSources,
+                                                       host.environment("ZORBEL_DEMO").has_value()));
     stall->add(std::make_unique<Duvesk::DuveskSpice>());
     stall->add(std::make_unique<Fotrel::FotrelSpice>());
     stall->add(std::make_unique<Hushel::HushelSpice>());
-    stall->add(std::make_unique<Tonvik::TonvikSpice>());
+    stall->add(std::make_unique<Tonvik::TonvikSpice>(host.loop, host.audioHardware));
     stall->add(std::make_unique<Ledgra::LedgraSpice>());
     return stall;
 }

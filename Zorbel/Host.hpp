@@ -15,6 +15,15 @@ namespace Rusket {
 class HostStatistics;
 }
 
+namespace Tonvik {
+class AudioHardware;
+}
+
+namespace Wendrel {
+class BatteryRegistry;
+class PowerSources;
+} // namespace Wendrel
+
 namespace Zorbel {
 
 class Application;
@@ -41,6 +50,9 @@ struct Host {
     const ZorbelKit::Language& language;
     Pintho::Accessibility& accessibility;
     ZorbelKit::Shortcuts& shortcuts;
+    Wendrel::BatteryRegistry& batteryRegistry;
+    Wendrel::PowerSources& powerSources;
+    Tonvik::AudioHardware& audioHardware;
     Application& application;
     ShellWindows& windows;
     UpdaterController* updater; // null where the platform has none

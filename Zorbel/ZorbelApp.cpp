@@ -4,8 +4,10 @@
 #include "Platforms/Linux/IcuLanguage.hpp"
 #include "Platforms/Linux/JsonDefaults.hpp"
 #include "Platforms/Linux/MenuBar/LinuxStatusBar.hpp"
+#include "Platforms/Linux/Power/LinuxBattery.hpp"
 #include "Platforms/Linux/ProcHostStatistics.hpp"
 #include "Platforms/Linux/SingleInstance.hpp"
+#include "Platforms/Linux/Sound/PulseAudioHardware.hpp"
 #include "Platforms/Linux/TerminationSignals.hpp"
 #include "Platforms/Linux/Windows/X11Accessibility.hpp"
 #include "Platforms/Linux/Windows/X11Screens.hpp"
@@ -112,6 +114,8 @@ public:
         Linux::X11Screens windowScreens(ewmh);
         Linux::X11Accessibility accessibility(loop, ewmh);
         Linux::X11Shortcuts shortcuts;
+        Linux::LinuxBattery battery(loop);
+        Linux::PulseAudioHardware audioHardware;
         const Linux::IcuLanguage language(QLocale().name().toStdString());
         Linux::LinuxStatusBar statusBar(loop, defaults);
         const Linux::TerminationSignals endings([&desktop] { desktop.terminate(); }, comeForward);
@@ -128,6 +132,9 @@ public:
                               .language = language,
                               .accessibility = accessibility,
                               .shortcuts = shortcuts,
+                              .batteryRegistry = battery,
+                              .powerSources = battery,
+                              .audioHardware = audioHardware,
                               .application = desktop,
                               .windows = windows,
                               .updater = nullptr,

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Platforms/Simulated/SimulatedAccessibility.hpp"
+#include "Platforms/Simulated/SimulatedAudioHardware.hpp"
+#include "Platforms/Simulated/SimulatedBattery.hpp"
 #include "Platforms/Simulated/SimulatedDefaults.hpp"
 #include "Platforms/Simulated/SimulatedHostStatistics.hpp"
 #include "Platforms/Simulated/SimulatedLanguage.hpp"
@@ -26,6 +28,9 @@ struct SimulatedHost {
     SimulatedLanguage language;
     SimulatedAccessibility accessibility;
     SimulatedShortcuts shortcuts;
+    SimulatedBatteryRegistry batteryRegistry;
+    SimulatedPowerSources powerSources;
+    SimulatedAudioHardware audioHardware;
 
     /// Everything a spice could have left behind.
     int liveThings() const {

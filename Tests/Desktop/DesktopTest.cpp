@@ -22,6 +22,15 @@ void DesktopTest::TearDown() {
     }
 }
 
+void DesktopTest::choose(std::string_view id) {
+    nlohmann::json values{{"app.hasLaunched", true}, {"stall.selection", id}};
+    for (const std::string_view other : {"sivrel", "mordan", "pintho", "rusket"}) { // on by themselves
+        values["spice." + std::string(other) + ".enabled"] = false;
+    }
+    values["spice." + std::string(id) + ".enabled"] = true;
+    settings.write(values);
+}
+
 Program& DesktopTest::start(const Program::Environment& changes) {
     Program::Environment all = changes;
     all.insert(environment.begin(), environment.end());
@@ -75,6 +84,17 @@ std::optional<Node> DesktopTest::openDashboard() const {
     EXPECT_TRUE(waitForDashboard());
     screen().movePointer(nowhere);
     return readPane("Dashboard");
+}
+
+std::optional<Node> DesktopTest::shown(const std::string& paneName, const std::string& name,
+                                       std::optional<AtspiRole> role) {
+    const auto pane = reader().pane(paneName);
+    const auto node = pane ? pane->find(name, role) : std::nullopt;
+    return node && node->is(ATSPI_STATE_SHOWING) ? node : std::nullopt;
+}
+
+bool DesktopTest::says(const std::string& paneName, const std::string& text) {
+    return until([&] { return shown(paneName, text).has_value(); });
 }
 
 bool DesktopTest::click(const std::string& paneName, const std::string& name,

@@ -6,6 +6,7 @@
 #include <gtest/gtest.h>
 
 #include <deque>
+#include <string_view>
 
 namespace Desktop {
 
@@ -17,6 +18,9 @@ protected:
     ~DesktopTest() override;
 
     void TearDown() override;
+
+    /// Writes settings with this spice alone on, and its page chosen in the dashboard.
+    void choose(std::string_view id);
 
     /// Starts Zorbel. It has been launched before, unless the test has written other settings.
     Program& start(const Program::Environment& changes = {});
@@ -39,6 +43,11 @@ protected:
 
     /// A pane, once it can be read.
     std::optional<Node> readPane(const std::string& name) const;
+
+    /// What is read out in a pane under this name, if it is in sight; and whether it comes in sight.
+    static std::optional<Node> shown(const std::string& paneName, const std::string& name,
+                                     std::optional<AtspiRole> role = std::nullopt);
+    static bool says(const std::string& paneName, const std::string& text);
 
     /// Clicks the middle of what is read out under this name, once it is there.
     bool click(const std::string& paneName, const std::string& name,

@@ -57,19 +57,13 @@ private:
 /// The whole program with the clipboard's spice alone.
 class Mordan : public DesktopTest {
 protected:
-    Mordan() {
-        nlohmann::json values{{"app.hasLaunched", true}, {"stall.selection", "mordan"}};
-        for (const char* id : {"sivrel", "mordan", "pintho", "rusket"}) {
-            values[std::string("spice.") + id + ".enabled"] = std::string_view(id) == "mordan";
-        }
-        settings.write(values);
-    }
+    Mordan() { choose("mordan"); }
 
     /// Starts with an empty history on view.
     void startWithDashboard() {
         start();
         ASSERT_TRUE(openDashboard());
-        ASSERT_TRUE(says("Nothing held yet."));
+        ASSERT_TRUE(says("Dashboard", "Nothing held yet."));
     }
 
     /// Copies and waits for the entry on top of the list.
@@ -117,14 +111,6 @@ protected:
                    : testing::AssertionFailure() << paneName << " lists " << listedText(paneName);
     }
 
-    static bool says(const std::string& text) {
-        return until([&] {
-            const auto pane = reader().pane("Dashboard");
-            const auto found = pane ? pane->find(text) : std::nullopt;
-            return found && found->is(ATSPI_STATE_SHOWING);
-        });
-    }
-
     /// Where an entry lies on the screen.
     static QRect frameOf(const std::string& paneName, const std::string& entry) {
         QRect frame;
@@ -168,7 +154,7 @@ protected:
 
 TEST_F(Mordan, KeepsWhatIsCopiedByItsKind) {
     startWithDashboard();
-    EXPECT_TRUE(says("Anything you copy will be held here."));
+    EXPECT_TRUE(says("Dashboard", "Anything you copy will be held here."));
     keep("Tea at five?", "Text Tea at five?");
     keep("if (tea) {\n    pour();\n}", "Code if (tea) { pour(); }");
     keep("  #7A9A46\n", "Colour #7A9A46");
@@ -179,7 +165,7 @@ TEST_F(Mordan, KeepsWhatIsCopiedByItsKind) {
     desk.copy("\x89PNG and so on", "image/png");
     EXPECT_TRUE(lists("Dashboard", {"Image Image", "File Tea list.txt", "Link https://example.org/tea%20list",
                                     "Colour #7A9A46", "Code if (tea) { pour(); }", "Text Tea at five?"}));
-    EXPECT_TRUE(says("6"));
+    EXPECT_TRUE(says("Dashboard", "6"));
 }
 
 TEST_F(Mordan, DoesNotKeepWhatWasThereBeforeIt) {
@@ -274,7 +260,7 @@ TEST_F(Mordan, SearchesPinsAndForgetsByTheKeyboard) {
     ASSERT_TRUE(click("Dashboard", "Search what you have copied"));
     type("tea");
     EXPECT_TRUE(lists("Dashboard", {"Text Black TEA", "Text Green tea"}));
-    EXPECT_TRUE(says("2 of 3"));
+    EXPECT_TRUE(says("Dashboard", "2 of 3"));
     screen().press(XK_Down);
     screen().press(XK_Down);
     pressWith(XK_Control_L, XK_p);
@@ -282,7 +268,7 @@ TEST_F(Mordan, SearchesPinsAndForgetsByTheKeyboard) {
     screen().press(XK_Delete);
     EXPECT_TRUE(lists("Dashboard", {"Text Black TEA"})) << "the current row stayed with its entry";
     type("q");
-    EXPECT_TRUE(says("Nothing here matches that."));
+    EXPECT_TRUE(says("Dashboard", "Nothing here matches that."));
     screen().press(XK_Escape);
     EXPECT_TRUE(lists("Dashboard", {"Text Black TEA", "Text milk"}));
 }
@@ -311,7 +297,7 @@ TEST_F(Mordan, TurnedOffAndOnItHasThePinnedEntriesOnly) {
     clickOnRow("Text tea", "Pin");
     ASSERT_TRUE(lists("Dashboard", {"Text tea, pinned", "Text milk"}));
     ASSERT_TRUE(click("Dashboard", "Mordan", ATSPI_ROLE_CHECK_BOX));
-    ASSERT_TRUE(says("Mordan is not in the cup."));
+    ASSERT_TRUE(says("Dashboard", "Mordan is not in the cup."));
     desk.copy("while it is off");
     ASSERT_TRUE(click("Dashboard", "Mordan", ATSPI_ROLE_CHECK_BOX));
     ASSERT_TRUE(lists("Dashboard", {"Text tea, pinned"}));

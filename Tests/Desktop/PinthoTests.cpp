@@ -55,13 +55,7 @@ private:
 /// The whole program with the spice that places windows alone.
 class Pintho : public DesktopTest {
 protected:
-    Pintho() {
-        nlohmann::json values{{"app.hasLaunched", true}, {"stall.selection", "pintho"}};
-        for (const char* id : {"sivrel", "mordan", "pintho", "rusket"}) {
-            values[std::string("spice.") + id + ".enabled"] = std::string_view(id) == "pintho";
-        }
-        settings.write(values);
-    }
+    Pintho() { choose("pintho"); }
 
     ~Pintho() override {
         if (guest != XCB_NONE) {
@@ -109,18 +103,8 @@ protected:
         screen().setKeyDown(XK_Control_L, false);
     }
 
-    static std::optional<Node> shown(const std::string& name, std::optional<AtspiRole> role = std::nullopt) {
-        const auto pane = reader().pane("Dashboard");
-        const auto node = pane ? pane->find(name, role) : std::nullopt;
-        return node && node->is(ATSPI_STATE_SHOWING) ? node : std::nullopt;
-    }
-
-    static bool says(const std::string& text) {
-        return until([&] { return shown(text).has_value(); });
-    }
-
     static std::string describes(const std::string& button) {
-        const auto node = shown(button, ATSPI_ROLE_PUSH_BUTTON);
+        const auto node = shown("Dashboard", button, ATSPI_ROLE_PUSH_BUTTON);
         return node ? node->description() : "no such button";
     }
 
@@ -173,17 +157,17 @@ TEST_F(Pintho, PlacesTheWindowInFrontByKeyboard) {
 TEST_F(Pintho, TellsWhatIsInFrontAndWhatWasPlaced) {
     start();
     ASSERT_TRUE(openDashboard());
-    EXPECT_TRUE(says("Bring a window to the front and Pintho will describe it here."));
-    EXPECT_TRUE(says("Nothing yet. Windows you move will be listed here."));
+    EXPECT_TRUE(says("Dashboard", "Bring a window to the front and Pintho will describe it here."));
+    EXPECT_TRUE(says("Dashboard", "Nothing yet. Windows you move will be listed here."));
     openGuest();
-    EXPECT_TRUE(says("A guest")) << "within two seconds";
+    EXPECT_TRUE(says("Dashboard", "A guest")) << "within two seconds";
     EXPECT_EQ(describes("Top left"), "Ctrl+Alt+U");
     chord(XK_u);
     expectSeenAt({0, top, width / 2, height / 2});
-    EXPECT_TRUE(says(std::to_string(width / 2) + " × " + std::to_string(height / 2)));
-    EXPECT_TRUE(says("at 0, 28"));
+    EXPECT_TRUE(says("Dashboard", std::to_string(width / 2) + " × " + std::to_string(height / 2)));
+    EXPECT_TRUE(says("Dashboard", "at 0, 28"));
     EXPECT_TRUE(until([] { return describes("Top left") == "Ctrl+Alt+U, last placed here"; }));
-    EXPECT_FALSE(shown("Nothing yet. Windows you move will be listed here."));
+    EXPECT_FALSE(shown("Dashboard", "Nothing yet. Windows you move will be listed here."));
 }
 
 TEST_F(Pintho, LeavesItsOwnWindowsAlone) {
@@ -204,7 +188,7 @@ TEST_F(Pintho, HoldsItsKeysOnlyWhileItIsOn) {
     const KeyHolder other(screen());
     EXPECT_FALSE(other.grab(XK_u));
     ASSERT_TRUE(openDashboard());
-    ASSERT_TRUE(says("Pintho"));
+    ASSERT_TRUE(says("Dashboard", "Pintho"));
     ASSERT_TRUE(click("Dashboard", "Pintho", ATSPI_ROLE_CHECK_BOX));
     ASSERT_TRUE(waitForSetting("spice.pintho.enabled", false));
     EXPECT_TRUE(until([&] { return other.grab(XK_u); }));
@@ -229,14 +213,14 @@ class PinthoUnmanaged : public Pintho {};
 TEST_F(PinthoUnmanaged, ExplainsWhatIsMissingAndGoesOnWhenItComes) {
     start();
     ASSERT_TRUE(openDashboard());
-    EXPECT_TRUE(says("Pintho cannot move windows yet."));
+    EXPECT_TRUE(says("Dashboard", "Pintho cannot move windows yet."));
     const std::string hint =
         "Windows can be placed once a window manager that follows the EWMH standard is running.";
-    EXPECT_FALSE(shown(hint));
+    EXPECT_FALSE(shown("Dashboard", hint));
     ASSERT_TRUE(click("Dashboard", "Grant access", ATSPI_ROLE_PUSH_BUTTON));
-    EXPECT_TRUE(says(hint));
+    EXPECT_TRUE(says("Dashboard", hint));
     Program manager({"openbox", "--sm-disable"}, unread());
-    EXPECT_TRUE(until([] { return !shown("Pintho cannot move windows yet."); }));
+    EXPECT_TRUE(until([] { return !shown("Dashboard", "Pintho cannot move windows yet."); }));
     openGuest();
     chord(XK_k);
     expectSeenAt({width / 2, top + height / 2, width / 2, height / 2});

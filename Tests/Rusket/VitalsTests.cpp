@@ -1,4 +1,5 @@
 #include "Rusket/Vitals.hpp"
+#include "ZorbelKit/Percent.hpp"
 
 #include <gtest/gtest.h>
 
@@ -7,8 +8,8 @@
 #include <limits>
 
 using Rusket::asMemorySize;
-using Rusket::percentText;
 using Rusket::Vitals;
+using ZorbelKit::percentText;
 
 TEST(Vitals, StartAtZero) {
     EXPECT_EQ(Vitals{}, (Vitals{.cpu = 0, .memoryUsed = 0, .memoryTotal = 0, .memoryPressure = 0}));

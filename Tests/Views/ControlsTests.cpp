@@ -259,7 +259,15 @@ constexpr const char* symbols[] = {"text.alignleft",
                                    "laptopcomputer",
                                    "display",
                                    "rectangle",
-                                   "rectangle.lefthalf.filled"};
+                                   "rectangle.lefthalf.filled",
+                                   "mic",
+                                   "airpodspro",
+                                   "tv",
+                                   "airplayaudio",
+                                   "hifispeaker",
+                                   "speaker.wave.2",
+                                   "speaker.wave.2.fill",
+                                   "speaker.slash.fill"};
 
 TEST(Symbol, EachHasADrawingOfItsOwnInTheColourAskedFor) {
     std::vector<QImage> pictures;

@@ -2,6 +2,8 @@
 #include "Rusket/Rusket.hpp"
 #include "Rusket/RusketViews.hpp"
 #include "Tests/Views/ViewTests.hpp"
+#include "ZorbelKit/Controls/RingGauge.hpp"
+#include "ZorbelKit/Controls/Trace.hpp"
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
@@ -14,7 +16,10 @@ namespace {
 
 using namespace Rusket;
 using namespace Views;
+using ZorbelKit::brass;
+using ZorbelKit::RingGauge;
 using ZorbelKit::Seconds;
+using ZorbelKit::Trace;
 
 class RusketViewsTest : public ::testing::Test {
 protected:
@@ -93,20 +98,20 @@ TEST_F(RusketViewsTest, APlaceholderStandsInUntilTheSecondReading) {
 }
 
 TEST_F(RusketViewsTest, TheTraceGrowsFromTheLeftAndAFullMinuteSpansIt) {
-    RateTrace trace(nullptr);
+    Trace trace(RusketSpice::historyLength, brass, "Load", nullptr);
     show(trace, {591, 92}); // 59 steps of about ten points
-    trace.setLoads(std::vector<double>(30, 1.0));
+    trace.setValues(std::vector<double>(30, 1.0));
     QImage picture = trace.grab().toImage();
     EXPECT_GT(traceHeight(picture, 100), 80);
     EXPECT_GT(traceHeight(picture, 285), 80);
     EXPECT_LT(traceHeight(picture, 305), 5) << "29 steps of 10.02 points reach to 290.5";
-    trace.setLoads(std::vector<double>(60, 1.0));
+    trace.setValues(std::vector<double>(60, 1.0));
     picture = trace.grab().toImage();
     EXPECT_GT(traceHeight(picture, 585), 80);
 }
 
 TEST_F(RusketViewsTest, TheTraceIsAsHighAsTheLoad) {
-    RateTrace trace(nullptr);
+    Trace trace(RusketSpice::historyLength, brass, "Load", nullptr);
     show(trace, {591, 92});
     struct Row {
         double load;
@@ -114,18 +119,18 @@ TEST_F(RusketViewsTest, TheTraceIsAsHighAsTheLoad) {
     };
     for (const Row row : {Row{0, 2}, Row{0.25, 24}, Row{0.5, 46}, Row{1, 90}}) {
         SCOPED_TRACE(row.load);
-        trace.setLoads(std::vector<double>(60, row.load));
+        trace.setValues(std::vector<double>(60, row.load));
         EXPECT_NEAR(traceHeight(trace.grab().toImage(), 300), row.height, 3);
     }
 }
 
 TEST_F(RusketViewsTest, TheRingLeavesAGapAtTheBottomAndFillsClockwise) {
-    Regulator gauge("Processor", nullptr);
+    RingGauge gauge("Processor", 84, brass, nullptr);
     show(gauge, gauge.sizeHint());
     const auto isBrass = [&](double degreesClockwiseFromTop) {
         const QImage picture = gauge.grab().toImage();
         const double angle = degreesClockwiseFromTop * M_PI / 180;
-        const double radius = (Regulator::diameter - 6) / 2.0;
+        const double radius = (84 - 6) / 2.0;
         const QColor pixel =
             picture.pixelColor(static_cast<int>(std::lround(42 + radius * std::sin(angle) - 0.5)),
                                static_cast<int>(std::lround(42 - radius * std::cos(angle) - 0.5)));

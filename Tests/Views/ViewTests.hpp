@@ -5,6 +5,7 @@
 #include <QLabel>
 #include <QWidget>
 
+#include <cstddef>
 #include <functional>
 #include <map>
 #include <memory>
@@ -47,14 +48,14 @@ std::vector<Part*> parts(const QWidget& widget) {
     return found;
 }
 
-/// The first of them; there has to be one.
+/// One of them, by its place among them; there has to be such.
 template <class Part>
-Part& part(const QWidget& widget) {
+Part& part(const QWidget& widget, std::size_t index = 0) {
     const auto found = parts<Part>(widget);
-    if (found.empty()) {
+    if (index >= found.size()) {
         throw std::runtime_error("no such part");
     }
-    return *found.front();
+    return *found[index];
 }
 
 /// Counts the paint events of every widget of a window.

@@ -1,11 +1,13 @@
 #include "ZorbelKit/Controls/Reading.hpp"
 
 #include "ZorbelKit/Controls/Accessible.hpp"
+#include "ZorbelKit/Controls/Text.hpp"
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
 #include <QFontMetricsF>
 #include <QPainter>
+#include <QVBoxLayout>
 
 #include <algorithm>
 #include <cmath>
@@ -101,6 +103,21 @@ void Reading::paintEvent(QPaintEvent*) {
         painter.setPen(qColor(malaiDim));
         painter.drawText(QPointF(x + unitGap, baseline), *unit_);
     }
+}
+
+Reading* addLabelled(QWidget* parent, const QString& label, double points, int gap) {
+    auto* column = new QVBoxLayout(parent);
+    column->setContentsMargins(0, 0, 0, 0);
+    column->setSpacing(gap);
+    column->addWidget(makeText(label, interfaceFont(11), malaiDim, parent));
+    auto* reading = new Reading("", std::nullopt, points, QFont::Medium, parent);
+    column->addWidget(reading);
+    return reading;
+}
+
+void writeLabelled(Reading& reading, const QString& label, const QString& value) {
+    reading.setValue(value);
+    setAccessibleText(reading, label.isEmpty() ? value : label + " " + value);
 }
 
 } // namespace ZorbelKit

@@ -35,4 +35,11 @@ private:
     Color colour_;
 };
 
+/// A reading under its label: a column without margins, `gap` points between the two, which takes over
+/// `parent`. `points` is the figure's size.
+Reading* addLabelled(QWidget* parent, const QString& label, double points, int gap);
+
+/// Writes a figure that a screen reader tells with its label.
+void writeLabelled(Reading& reading, const QString& label, const QString& value);
+
 } // namespace ZorbelKit

@@ -34,6 +34,13 @@ void SymbolButton::setName(const QString& name) {
     }
 }
 
+void SymbolButton::setSymbol(const QString& symbol) {
+    if (symbol_ != symbol) {
+        symbol_ = symbol;
+        update();
+    }
+}
+
 void SymbolButton::setColour(const Color& colour) {
     if (!(colour_ == colour)) {
         colour_ = colour;

@@ -15,6 +15,7 @@ public:
 
     /// Equal values repaint nothing.
     void setName(const QString& name);
+    void setSymbol(const QString& symbol);
     void setColour(const Color& colour); // at rest
 
     /// The keys that do the same, shown behind the name in the tool tip.

@@ -3,9 +3,8 @@
 #include "Platforms/Linux/Clipboard/SelectionConnection.hpp"
 #include "Platforms/Linux/Clipboard/SelectionExchange.hpp"
 #include "Platforms/Linux/Clipboard/SelectionWorker.hpp"
+#include "Platforms/Linux/WithoutSignals.hpp"
 #include "ZorbelKit/Lifetime.hpp"
-
-#include <signal.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -18,23 +17,6 @@ namespace Linux {
 namespace {
 
 constexpr auto reconnectionPause = std::chrono::milliseconds(100);
-
-/// Threads that are started meanwhile get no signals: those are the main thread's, and a broken pipe ends
-/// nothing.
-class WithoutSignals {
-public:
-    WithoutSignals() {
-        sigset_t all;
-        ::sigfillset(&all);
-        ::pthread_sigmask(SIG_SETMASK, &all, &before_);
-    }
-    WithoutSignals(const WithoutSignals&) = delete;
-    WithoutSignals& operator=(const WithoutSignals&) = delete;
-    ~WithoutSignals() { ::pthread_sigmask(SIG_SETMASK, &before_, nullptr); }
-
-private:
-    sigset_t before_{};
-};
 
 } // namespace
 
