@@ -21,15 +21,19 @@ namespace {
 constexpr int patience = 10'000; // milliseconds
 constexpr double endingPatience = 3;
 
-std::string newHome() {
+std::string newHome(const std::vector<std::string>& spices) {
     const char* sessionHome = std::getenv("HOME");
     std::string home = std::string(sessionHome ? sessionHome : "/tmp") + "/program.XXXXXX";
     if (!mkdtemp(home.data())) {
         fail("no folder can be made in " + home);
     }
     std::filesystem::create_directories(home + "/.config/zorbel");
-    std::ofstream(home + "/.config/zorbel/settings.json")
-        << R"({"app.hasLaunched": true, "sivrel.autoCollapse": 0})" << '\n';
+    std::ofstream settings(home + "/.config/zorbel/settings.json");
+    settings << R"({"app.hasLaunched": true, "sivrel.autoCollapse": 0)";
+    for (const std::string& spice : spices) {
+        settings << R"(, "spice.)" << spice << R"(.enabled": true)";
+    }
+    settings << "}\n";
     return home;
 }
 
@@ -44,8 +48,8 @@ void moveInto(const std::string& home) {
 
 } // namespace
 
-Program::Program(const std::vector<std::string>& command)
-    : Program(command, newHome()) {
+Program::Program(const std::vector<std::string>& command, const std::vector<std::string>& spices)
+    : Program(command, newHome(spices)) {
 }
 
 Program::Program(const std::vector<std::string>& command, const Program& neighbour)

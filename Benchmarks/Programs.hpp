@@ -11,7 +11,8 @@ namespace Bench {
 /// session, in which zorbel has been launched before, so that it starts into the menu bar alone.
 class Program {
 public:
-    explicit Program(const std::vector<std::string>& command);
+    /// `spices`: those of zorbel that are on, beside the four that are by themselves.
+    explicit Program(const std::vector<std::string>& command, const std::vector<std::string>& spices = {});
     /// In the same home folder as a program that runs: what it is told with.
     Program(const std::vector<std::string>& command, const Program& neighbour);
     Program(const Program&) = delete;

@@ -72,7 +72,9 @@ TEST_F(Wendrel, ThePageFollowsTheBattery) {
     steer("BAT0 status=Not_charging power_now=0");
     EXPECT_TRUE(says(dashboard, "State Plugged in"));
     EXPECT_TRUE(says(dashboard, "Remaining Calculating"));
-    EXPECT_TRUE(says(dashboard, "Power 0.00 W"));
+    if (isInKernel()) { // UPower makes up its own mind about a rate
+        EXPECT_TRUE(says(dashboard, "Power 0.00 W"));
+    }
     EXPECT_FALSE(shown(dashboard, "Two hours of history will appear here.")) << "there is a trace by now";
     screen().picture().save(QDir(ZORBEL_PICTURES).filePath("desktop-wendrel-page.png"));
 }

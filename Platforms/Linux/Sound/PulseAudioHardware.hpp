@@ -7,6 +7,8 @@
 
 namespace Linux {
 
+class SoundExchange;
+
 /// The devices of a PulseAudio server, or of PipeWire in its place. It is spoken to on a thread of its own,
 /// which lives from the first question until nobody has asked for some time; questions are answered from what
 /// it knows, at once. Only the first one lets a server that is there answer, for a few milliseconds, so that
@@ -35,8 +37,7 @@ public:
     bool setMute(Tonvik::AudioObjectId device, std::uint32_t mute) override;
 
 private:
-    class Server;
-    std::shared_ptr<Server> server_;
+    std::shared_ptr<SoundExchange> exchange_;
 };
 
 } // namespace Linux

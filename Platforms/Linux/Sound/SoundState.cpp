@@ -18,6 +18,10 @@ using Tonvik::Direction;
 
 constexpr double stepsApart = 1.5; // a level set as a whole percentage is no further from it
 
+bool isLevel(std::uint32_t value) {
+    return PA_VOLUME_IS_VALID(value);
+}
+
 std::string property(const SoundProperties& properties, std::string_view key) {
     const auto found = properties.find(key);
     return found == properties.end() ? std::string() : found->second;
@@ -180,18 +184,18 @@ ChannelLevels SoundRegister::levelsFor(const std::string& sink, const ChannelLev
     const auto found = balances_.find(sink);
     const bool isRemembered = found != balances_.end() && found->second.levels.size() == told.size();
     const ChannelLevels& before = isRemembered ? found->second.levels : told;
-    if (before.empty() || before.size() > PA_CHANNELS_MAX) {
+    if (before.empty() || before.size() > PA_CHANNELS_MAX || !std::ranges::all_of(before, isLevel)) {
         return {};
     }
-    pa_cvolume volume{};
-    volume.channels = static_cast<std::uint8_t>(before.size());
-    std::ranges::copy(before, volume.values);
-    const double most = std::clamp(static_cast<double>(level), 0.0, 1.0) * PA_VOLUME_NORM;
-    if (!pa_cvolume_valid(&volume) ||
-        !pa_cvolume_scale(&volume, static_cast<pa_volume_t>(std::lround(most)))) {
-        return {};
+    const auto most = static_cast<std::uint64_t>(
+        std::lround(std::clamp(static_cast<double>(level), 0.0, 1.0) * PA_VOLUME_NORM));
+    const std::uint64_t loudest = std::ranges::max(before);
+    ChannelLevels written(before.size(), static_cast<std::uint32_t>(most)); // silence has no proportion
+    if (loudest > 0) {
+        std::ranges::transform(before, written.begin(), [&](std::uint32_t channel) {
+            return static_cast<std::uint32_t>(channel * most / loudest);
+        });
     }
-    ChannelLevels written(volume.values, volume.values + volume.channels);
     if (isRemembered) {
         found->second.written = written;
     }
