@@ -24,8 +24,9 @@ constexpr TransportCode transportCode(const char (&characters)[5]) {
     return code;
 }
 
-/// The machine's sound. Main thread only; nothing here waits for a sound server. What is set is what is read
-/// from then on, until the server says otherwise. None: it could not be read, or there is no such thing.
+/// The machine's sound. Main thread only; nothing here waits for a sound server, but for a moment at the
+/// first question. What is set is what is read from then on, until the server says otherwise. None: it could
+/// not be read, or there is no such thing.
 class AudioHardware {
 public:
     virtual ~AudioHardware() = default;
