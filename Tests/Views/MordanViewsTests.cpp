@@ -3,7 +3,7 @@
 #include "Mordan/MordanViews.hpp"
 #include "Platforms/Simulated/SimulatedHost.hpp"
 #include "Platforms/Simulated/SimulatedSuite.hpp"
-#include "Tests/Views/ViewTests.hpp"
+#include "Tests/Views/SpiceViewTest.hpp"
 #include "Zorbel/Blend.hpp"
 #include "Zorbel/DashboardView.hpp"
 #include "ZorbelKit/Controls/LineText.hpp"
@@ -38,7 +38,6 @@ using ZorbelKit::Seconds;
 using ZorbelKit::SymbolButton;
 
 constexpr QSize pageSize(635, 480);
-constexpr int sectionWidth = 300; // the panel's 328 points less 14 on each side
 
 /// The text of a row, as it would be read; none of it need fit.
 QString lineOf(const WoundRow& row) {
@@ -81,20 +80,11 @@ QAccessibleInterface& spoken(QWidget& widget) {
     return *QAccessible::queryAccessibleInterface(&widget);
 }
 
-class MordanViewsTest : public ::testing::Test {
+class MordanViewsTest : public SpiceViewTest {
 protected:
     MordanViewsTest() {
-        QPalette colours = ground.palette();
-        colours.setColor(QPalette::Window, ZorbelKit::qColor(ZorbelKit::stall));
-        ground.setPalette(colours);
         spice.setEnabled(true);
         spice.steep();
-    }
-
-    ~MordanViewsTest() override {
-        if (ground.isVisible()) {
-            pointAt(ground, {1, ground.height() - 2}); // where no row of the next test is
-        }
     }
 
     void pass() {
@@ -169,37 +159,11 @@ protected:
     }
 
     MordanMenuSection& openSection() {
-        QPalette colours = ground.palette();
-        colours.setColor(QPalette::Window, ZorbelKit::qColor(ZorbelKit::kettle));
-        ground.setPalette(colours);
-        auto* opened = new MordanMenuSection(spice, &ground);
-        fit(*opened);
-        ground.show();
-        ground.activateWindow();
-        settle();
-        fit(*opened);
-        return *opened;
-    }
-
-    /// As the panel under the glass does.
-    void fit(MordanMenuSection& section) {
-        section.setGeometry(14, 14, sectionWidth, section.sizeHint().height());
-        ground.resize(sectionWidth + 28, section.height() + 28);
-        settle();
-    }
-
-    void pointAt(QWidget& widget, QPoint at = {}) {
-        QTest::mouseMove(&widget, at.isNull() ? widget.rect().center() : at);
-        settle();
+        return SpiceViewTest::openSection(new MordanMenuSection(spice, &ground));
     }
 
     void type(const QString& text) {
         QTest::keyClicks(ground.focusWidget(), text);
-        settle();
-    }
-
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-        QTest::keyClick(ground.focusWidget(), key, modifiers);
         settle();
     }
 
@@ -211,7 +175,6 @@ protected:
 
     Simulated::SimulatedHost host;
     MordanSpice spice{host.loop, host.clock, host.pasteboard, host.workspace, host.language};
-    QWidget ground;
 };
 
 TEST_F(MordanViewsTest, EveryKindHasItsSymbol) {
@@ -1053,7 +1016,7 @@ TEST_F(MordanViewsTest, PicturesOfTheMenuSection) {
         spice.forget(wound);
     }
     settle();
-    fit(section);
+    fitSection();
     savePicture(ground, "mordan-menu-empty");
     EXPECT_EQ(visibleTexts(section), QStringList{"Nothing held yet."});
 }

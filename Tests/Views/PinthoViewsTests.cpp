@@ -3,7 +3,7 @@
 #include "Pintho/SeatViews.hpp"
 #include "Platforms/Simulated/SimulatedHost.hpp"
 #include "Platforms/Simulated/SimulatedSuite.hpp"
-#include "Tests/Views/ViewTests.hpp"
+#include "Tests/Views/SpiceViewTest.hpp"
 #include "Zorbel/Blend.hpp"
 #include "Zorbel/DashboardView.hpp"
 #include "Zorbel/MenuPanel.hpp"
@@ -46,10 +46,6 @@ using ZorbelKit::Screen;
 using ZorbelKit::Seconds;
 using ZorbelKit::SteepDot;
 using ZorbelKit::Symbol;
-
-constexpr int pageWidth = 635;    // in the dashboard's own size
-constexpr int narrowWidth = 515;  // in its least
-constexpr int sectionWidth = 300; // the panel's 328 points less 14 on each side
 
 constexpr const char* noWindow = "Bring a window to the front and Pintho will describe it here.";
 constexpr const char* nothingPlaced = "Nothing yet. Windows you move will be listed here.";
@@ -106,25 +102,12 @@ Screen screenOf(std::int64_t id, const std::string& name, const ZorbelKit::Rect&
     return screen;
 }
 
-class PinthoViewsTest : public ::testing::Test {
+class PinthoViewsTest : public SpiceViewTest {
 protected:
     PinthoViewsTest() {
-        setGround(ZorbelKit::stall);
         host.screens.set({screenOf(1, "Built-in display", {0, 0, 1512, 982}, 2, 32)});
         host.clock.set(ZorbelKit::TimePoint(
             std::chrono::milliseconds(QDateTime({2026, 3, 14}, QTime(14, 2, 10)).toMSecsSinceEpoch())));
-    }
-
-    ~PinthoViewsTest() override {
-        if (ground.isVisible()) {
-            pointAt(ground, {1, ground.height() - 2}); // where no button of the next test is
-        }
-    }
-
-    void setGround(const ZorbelKit::Color& colour) {
-        QPalette colours = ground.palette();
-        colours.setColor(QPalette::Window, ZorbelKit::qColor(colour));
-        ground.setPalette(colours);
     }
 
     void turnOn() {
@@ -156,62 +139,13 @@ protected:
     }
 
     PinthoPanel& openPanel(int width = pageWidth) {
-        panel = new PinthoPanel(spice, &ground);
-        ground.show();
-        fit(width);
-        ground.activateWindow();
-        settle();
+        panel = &openPage(new PinthoPanel(spice, &ground), width);
         return *panel;
     }
 
-    /// As the dashboard does: as high as the page wants to be.
-    void fit(int width = pageWidth) {
-        for (int round = 0; round < 2; ++round) {
-            settle();
-            const int height =
-                panel->hasHeightForWidth() ? panel->heightForWidth(width) : panel->sizeHint().height();
-            panel->setGeometry(0, 0, width, height);
-            ground.resize(panel->size());
-        }
-        settle();
-    }
-
-    /// Stands out of the page on all sides, for a picture.
-    void savePage(const char* name) {
-        fit(pageWidth);
-        panel->move(24, 24);
-        ground.resize(panel->size() + QSize(48, 48));
-        settle();
-        savePicture(ground, name);
-        fit(pageWidth);
-    }
-
     PinthoMenuSection& openSection() {
-        setGround(ZorbelKit::kettle);
-        section = new PinthoMenuSection(spice, &ground);
-        ground.show();
-        fitSection();
-        ground.activateWindow();
-        settle();
+        section = &SpiceViewTest::openSection(new PinthoMenuSection(spice, &ground));
         return *section;
-    }
-
-    /// As the panel under the glass does.
-    void fitSection() {
-        settle();
-        section->setGeometry(14, 14, sectionWidth, section->sizeHint().height());
-        ground.resize(sectionWidth + 28, section->height() + 28);
-        settle();
-    }
-
-    void pointAt(QWidget& widget, QPoint at = {}) {
-        QTest::mouseMove(&widget, at.isNull() ? widget.rect().center() : at);
-        settle();
-    }
-
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-        QTest::keyClick(ground.focusWidget(), key, modifiers);
-        settle();
     }
 
     SeatTile& tile(Seat seat) {
@@ -250,7 +184,6 @@ protected:
     Simulated::SimulatedHost host;
     PinthoSpice spice{host.loop,    host.clock,         host.workspace,
                       host.screens, host.accessibility, host.shortcuts};
-    QWidget ground;
     PinthoPanel* panel = nullptr;
     PinthoMenuSection* section = nullptr;
 };
@@ -661,7 +594,7 @@ TEST_F(PinthoViewsTest, ListsTheDisplays) {
     host.screens.set({screenOf(2, "Desk monitor", {0, 0, 2560, 1440}),
                       screenOf(1, "Built-in display", {2560, 0, 1512, 982}, 2, 32)});
     pass();
-    fit();
+    fitPage();
     EXPECT_EQ(visibleTexts(displays),
               (QStringList{"Desk monitor", "MAIN", "2560 × 1440", "Built-in display", "1512 × 982 at 2×"}));
     EXPECT_EQ(symbolsIn(displays), (QStringList{"display", "laptopcomputer"}));
@@ -873,7 +806,7 @@ TEST_F(PinthoViewsTest, HostileNamesStayInTheirLine) {
     turnOn();
     openPanel(narrowWidth);
     const auto expectAllWithin = [&] {
-        fit(narrowWidth);
+        fitPage(narrowWidth);
         EXPECT_EQ(panel->width(), narrowWidth);
         EXPECT_LE(panel->minimumSizeHint().width(), narrowWidth);
         for (const QWidget* each : parts<QWidget>(*panel)) {

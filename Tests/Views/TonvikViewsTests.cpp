@@ -1,6 +1,6 @@
 #include "Platforms/Simulated/SimulatedHost.hpp"
 #include "Platforms/Simulated/SimulatedSuite.hpp"
-#include "Tests/Views/ViewTests.hpp"
+#include "Tests/Views/SpiceViewTest.hpp"
 #include "Tonvik/Tonvik.hpp"
 #include "Tonvik/TonvikViews.hpp"
 #include "Zorbel/Blend.hpp"
@@ -42,8 +42,6 @@ using ZorbelKit::Symbol;
 using ZorbelKit::SymbolButton;
 using Device = Simulated::SimulatedAudioHardware::Device;
 
-constexpr QSize pageSize(635, 560);
-constexpr int sectionWidth = 300; // the panel's 328 points less 14 on each side
 constexpr const char* note = "Per-app volume needs a virtual audio driver, which Zorbel does not install. "
                              "Tonvik switches devices and sets the system level.";
 
@@ -86,25 +84,12 @@ void plugIn(Simulated::SimulatedAudioHardware& hardware) {
     hardware.defaults = {{Direction::output, 11}, {Direction::input, 12}};
 }
 
-class TonvikViewsTest : public ::testing::Test {
+class TonvikViewsTest : public SpiceViewTest {
 protected:
     TonvikViewsTest() {
-        paintGround(ZorbelKit::stall);
         plugIn(hardware);
         spice.setEnabled(true);
         spice.steep();
-    }
-
-    ~TonvikViewsTest() override {
-        if (ground.isVisible()) {
-            pointAt(ground, {1, ground.height() - 2}); // where no row of the next test is
-        }
-    }
-
-    void paintGround(const ZorbelKit::Color& colour) {
-        QPalette colours = ground.palette();
-        colours.setColor(QPalette::Window, ZorbelKit::qColor(colour));
-        ground.setPalette(colours);
     }
 
     void poll() {
@@ -112,63 +97,14 @@ protected:
         settle();
     }
 
-    TonvikPanel& openPanel(QSize size = pageSize) {
-        auto* opened = new TonvikPanel(spice, &ground);
-        opened->move(24, 24);
-        page = opened;
-        pageWidth = size.width();
-        fitPage();
-        ground.show();
-        ground.activateWindow();
-        settle();
-        fitPage();
-        return *opened;
-    }
-
-    void fitPage() {
-        const int height =
-            page->hasHeightForWidth() ? page->heightForWidth(pageWidth) : page->sizeHint().height();
-        page->resize(pageWidth, height);
-        show(ground, {pageWidth + 48, height + 48});
-    }
-
+    TonvikPanel& openPanel(int width = pageWidth) { return openPage(new TonvikPanel(spice, &ground), width); }
     TonvikMenuSection& openSection() {
-        paintGround(ZorbelKit::kettle);
-        auto* opened = new TonvikMenuSection(spice, &ground);
-        fit(*opened);
-        ground.show();
-        ground.activateWindow();
-        settle();
-        fit(*opened);
-        return *opened;
+        return SpiceViewTest::openSection(new TonvikMenuSection(spice, &ground));
     }
-
-    /// As the panel does, which lets the rows reach into its margins.
-    void fit(TonvikMenuSection& section) {
-        const int bleed = section.bleed();
-        section.setGeometry(14 - bleed, 14, sectionWidth + 2 * bleed, section.sizeHint().height());
-        ground.resize(sectionWidth + 28, section.height() + 28);
-        settle();
-    }
-
-    void pointAt(QWidget& widget, QPoint at = {}) {
-        QTest::mouseMove(&widget, at.isNull() ? widget.rect().center() : at);
-        settle();
-    }
-
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-        QTest::keyClick(ground.focusWidget(), key, modifiers);
-        settle();
-    }
-
-    QString focused() const { return ground.focusWidget() ? ground.focusWidget()->accessibleName() : ""; }
 
     Simulated::SimulatedHost host;
     Simulated::SimulatedAudioHardware& hardware = host.audioHardware;
     TonvikSpice spice{host.loop, hardware};
-    QWidget ground;
-    TonvikPanel* page = nullptr;
-    int pageWidth = 0;
 };
 
 TEST_F(TonvikViewsTest, ThePageListsBothDirectionsUnderTheirHeadings) {
@@ -424,7 +360,7 @@ TEST_F(TonvikViewsTest, NamesOfAllKindsStayOnTheirLine) {
     EXPECT_TRUE(cut.shown().text.endsWith(QChar(0x2026)));
     EXPECT_GT(part<LineText>(*rows.at(2), 1).width(), 20) << "the transport keeps its place";
     EXPECT_TRUE(rows.at(1)->toolTip().contains("&lt;b&gt;marks"));
-    savePicture(ground, "tonvik-panel-hostile");
+    savePage("tonvik-panel-hostile");
 }
 
 TEST_F(TonvikViewsTest, OnlyANameThatIsCutOffHasAToolTip) {
@@ -463,7 +399,7 @@ TEST_F(TonvikViewsTest, TwoHundredDevicesStayQuick) {
     EXPECT_EQ(focused(), "Speaker 200, USB");
     press(Qt::Key_Return);
     EXPECT_EQ(hardware.defaults.at(Direction::output), 200U);
-    savePicture(ground, "tonvik-panel-endless");
+    savePage("tonvik-panel-endless");
 }
 
 TEST_F(TonvikViewsTest, TwoDevicesWithOneNumberAreBothListed) {
@@ -549,24 +485,24 @@ TEST_F(TonvikInTheDashboard, Picture) {
 
 TEST_F(TonvikViewsTest, Pictures) {
     TonvikPanel& panel = openPanel();
-    savePicture(ground, "tonvik-panel");
+    savePage("tonvik-panel");
     pointAt(*rowsIn(panel).at(2));
     rowsIn(panel).at(3)->setFocus(Qt::TabFocusReason);
     settle();
-    savePicture(ground, "tonvik-panel-hover-and-keyboard");
+    savePage("tonvik-panel-hover-and-keyboard");
     part<Slider>(panel).setFocus(Qt::TabFocusReason);
     spice.setVolume(1);
     spice.toggleMute();
     pointAt(part<Slider>(panel));
-    savePicture(ground, "tonvik-panel-muted");
+    savePage("tonvik-panel-muted");
     spice.use(spice.outputs().at(2));
     pointAt(ground, {1, 1});
     fitPage();
-    savePicture(ground, "tonvik-panel-without-level");
+    savePage("tonvik-panel-without-level");
     hardware.isThere = false;
     poll();
     fitPage();
-    savePicture(ground, "tonvik-panel-empty");
+    savePage("tonvik-panel-empty");
     EXPECT_EQ(visibleTexts(panel).count("Nothing available."), 2);
 }
 
@@ -582,11 +518,11 @@ TEST_F(TonvikViewsTest, PicturesOfTheMenuSection) {
     savePicture(ground, "tonvik-menu-hover-and-keyboard");
     plugIn(hardware);
     poll();
-    fit(section);
+    fitSection();
     savePicture(ground, "tonvik-menu-endless");
     hardware.isThere = false;
     poll();
-    fit(section);
+    fitSection();
     savePicture(ground, "tonvik-menu-empty");
     EXPECT_EQ(visibleTexts(section).count("Nothing available."), 2);
 }

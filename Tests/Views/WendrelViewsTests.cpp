@@ -1,6 +1,6 @@
 #include "Platforms/Simulated/SimulatedHost.hpp"
 #include "Platforms/Simulated/SimulatedSuite.hpp"
-#include "Tests/Views/ViewTests.hpp"
+#include "Tests/Views/SpiceViewTest.hpp"
 #include "Wendrel/Wendrel.hpp"
 #include "Wendrel/WendrelViews.hpp"
 #include "Zorbel/Blend.hpp"
@@ -40,10 +40,6 @@ using ZorbelKit::LineText;
 using ZorbelKit::Observable;
 using ZorbelKit::Seconds;
 using ZorbelKit::Trace;
-
-constexpr int pageWidth = 635;    // in the dashboard's own size
-constexpr int narrowWidth = 515;  // in its least
-constexpr int sectionWidth = 300; // the panel's 328 points less 14 on each side
 
 constexpr int softly = 120; // how far a line's smoothed edge may be from its colour
 
@@ -104,18 +100,11 @@ PropertyList laptopSource(std::int64_t percent, bool isCharging = false, bool is
         .set("Time to Full Charge", 59);
 }
 
-class WendrelViewsTest : public ::testing::Test {
+class WendrelViewsTest : public SpiceViewTest {
 protected:
     WendrelViewsTest() {
-        setGround(ZorbelKit::stall);
         host.batteryRegistry.battery = laptopBattery();
         setCharge(87);
-    }
-
-    void setGround(const ZorbelKit::Color& colour) {
-        QPalette colours = ground.palette();
-        colours.setColor(QPalette::Window, ZorbelKit::qColor(colour));
-        ground.setPalette(colours);
     }
 
     void setCharge(std::int64_t percent, bool isCharging = false, bool isPluggedIn = false) {
@@ -134,46 +123,13 @@ protected:
     }
 
     WendrelPanel& openPanel(int width = pageWidth) {
-        panel = new WendrelPanel(spice, &ground);
-        ground.show();
-        fit(width);
+        panel = &openPage(new WendrelPanel(spice, &ground), width);
         return *panel;
     }
 
-    /// As the dashboard does: as high as the page wants to be.
-    void fit(int width = pageWidth) {
-        for (int round = 0; round < 2; ++round) {
-            settle();
-            panel->setGeometry(0, 0, width, panel->sizeHint().height());
-            ground.resize(panel->size());
-        }
-        settle();
-    }
-
-    /// Stands out of the page on all sides, for a picture.
-    void savePage(const char* name, int width = pageWidth) {
-        fit(width);
-        panel->move(24, 24);
-        ground.resize(panel->size() + QSize(48, 48));
-        settle();
-        savePicture(ground, name);
-        fit(width);
-    }
-
     WendrelMenuSection& openSection() {
-        setGround(ZorbelKit::kettle);
-        section = new WendrelMenuSection(spice, &ground);
-        ground.show();
-        fitSection();
+        section = &SpiceViewTest::openSection(new WendrelMenuSection(spice, &ground));
         return *section;
-    }
-
-    /// As the panel under the glass does.
-    void fitSection() {
-        settle();
-        section->setGeometry(14, 14, sectionWidth, section->sizeHint().height());
-        ground.resize(sectionWidth + 28, section->height() + 28);
-        settle();
     }
 
     /// The rows' spoken figures, in their order.
@@ -187,7 +143,6 @@ protected:
 
     Simulated::SimulatedHost host;
     WendrelSpice spice{host.loop, host.clock, host.batteryRegistry, host.powerSources, /*isDemo=*/false};
-    QWidget ground;
     WendrelPanel* panel = nullptr;
     WendrelMenuSection* section = nullptr;
 };
@@ -528,7 +483,7 @@ TEST_F(WendrelViewsTest, HostileReadingsStayInTheirLine) {
     sample();
     const int height = panel->height();
     const auto expectAllWithin = [&] {
-        fit(narrowWidth);
+        fitPage(narrowWidth);
         EXPECT_EQ(panel->height(), height);
         EXPECT_LE(panel->minimumSizeHint().width(), narrowWidth);
         for (const QWidget* each : parts<QWidget>(*panel)) {
