@@ -205,7 +205,7 @@ TEST(BatteryReader, TheCurrentIsStoredUnsigned) {
         {2'147'483'647, 2'147'483.647},
         {2'147'483'648, -2'147'483.648},
         {4'294'967'295, -0.001},
-        {-1'500, -1.5},
+        {-1'500, -1.5}, // of 64 bits (W27)
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.raw);
