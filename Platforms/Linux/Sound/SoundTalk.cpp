@@ -10,6 +10,7 @@
 #include <algorithm>
 #include <array>
 #include <chrono>
+#include <cstdint>
 #include <map>
 #include <memory>
 #include <optional>
@@ -32,10 +33,17 @@ constexpr auto answerPatience = 2s; // one that takes longer counts as hung
 constexpr std::array reconnectionPauses{1s, 2s, 3s}; // the last for good: no longer than two looks
 constexpr std::size_t mostTold = 1000;               // of a kind; no machine has so many
 
-/// For a word from the main thread, a second at most.
+/// They have woken us, which was all there was to them.
+void forgetWords(const SoundExchange& exchange) {
+    std::uint64_t count = 0;
+    static_cast<void>(::read(exchange.wakeDescriptor(), &count, sizeof count));
+}
+
+/// For a word from the main thread, where there is no server to listen to.
 void waitForWord(const SoundExchange& exchange) {
     pollfd wake{exchange.wakeDescriptor(), POLLIN, 0};
-    ::poll(&wake, 1, 1000);
+    ::poll(&wake, 1, static_cast<int>(std::chrono::milliseconds(checkInterval).count()));
+    forgetWords(exchange);
 }
 
 struct FreeLoop {
@@ -193,11 +201,10 @@ void Talk::run() {
     pa_mainloop_api* api = pulse_.mainloopGetApi(loop_.get());
     api->io_new(
         api, exchange_.wakeDescriptor(), PA_IO_EVENT_INPUT,
-        [](pa_mainloop_api*, pa_io_event*, int descriptor, pa_io_event_flags_t, void*) {
-            std::uint64_t count = 0;
-            static_cast<void>(::read(descriptor, &count, sizeof count));
+        [](pa_mainloop_api*, pa_io_event*, int, pa_io_event_flags_t, void* exchange) {
+            forgetWords(*static_cast<SoundExchange*>(exchange));
         },
-        nullptr);
+        &exchange_);
     while (true) {
         const auto now = Clock::now();
         passTime(now);
