@@ -25,7 +25,7 @@ std::unique_ptr<ZorbelKit::Stall> build(const Host& host) {
     stall->add(std::make_unique<Wendrel::WendrelSpice>(host.loop, host.clock, host.batteryRegistry,
                                                        host.powerSources,
                                                        host.environment("ZORBEL_DEMO").has_value()));
-    stall->add(std::make_unique<Duvesk::DuveskSpice>());
+    stall->add(std::make_unique<Duvesk::DuveskSpice>(host.loop, host.clock, host.fileManager, host.scanner));
     stall->add(std::make_unique<Fotrel::FotrelSpice>());
     stall->add(std::make_unique<Hushel::HushelSpice>());
     stall->add(std::make_unique<Tonvik::TonvikSpice>(host.loop, host.audioHardware));

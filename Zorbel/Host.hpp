@@ -3,9 +3,14 @@
 #include "ZorbelKit/Forward.hpp"
 
 #include <functional>
+#include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
+
+namespace Duvesk {
+class Scanner;
+}
 
 namespace Pintho {
 class Accessibility;
@@ -53,6 +58,8 @@ struct Host {
     Wendrel::BatteryRegistry& batteryRegistry;
     Wendrel::PowerSources& powerSources;
     Tonvik::AudioHardware& audioHardware;
+    ZorbelKit::FileManager& fileManager;
+    std::shared_ptr<const Duvesk::Scanner> scanner;
     Application& application;
     ShellWindows& windows;
     UpdaterController* updater; // null where the platform has none

@@ -1,3 +1,4 @@
+#include "Duvesk/Scanner.hpp"
 #include "Platforms/Linux/Clipboard/X11Pasteboard.hpp"
 #include "Platforms/Linux/CoreDumps.hpp"
 #include "Platforms/Linux/Heap.hpp"
@@ -8,6 +9,9 @@
 #include "Platforms/Linux/ProcHostStatistics.hpp"
 #include "Platforms/Linux/SingleInstance.hpp"
 #include "Platforms/Linux/Sound/PulseAudioHardware.hpp"
+#include "Platforms/Linux/Storage/DirectoryWalker.hpp"
+#include "Platforms/Linux/Storage/LinuxFileManager.hpp"
+#include "Platforms/Linux/Storage/LinuxPlaces.hpp"
 #include "Platforms/Linux/TerminationSignals.hpp"
 #include "Platforms/Linux/Windows/X11Accessibility.hpp"
 #include "Platforms/Linux/Windows/X11Screens.hpp"
@@ -116,6 +120,9 @@ public:
         Linux::X11Shortcuts shortcuts;
         Linux::LinuxBattery battery(loop);
         Linux::PulseAudioHardware audioHardware;
+        const auto layout = Linux::StorageLayout::standard();
+        Linux::LinuxFileManager fileManager(loop, Linux::Trash(layout.dataFolder(), layout.home));
+        const auto walker = std::make_shared<const Linux::DirectoryWalker>();
         const Linux::IcuLanguage language(QLocale().name().toStdString());
         Linux::LinuxStatusBar statusBar(loop, defaults);
         const Linux::TerminationSignals endings([&desktop] { desktop.terminate(); }, comeForward);
@@ -135,6 +142,9 @@ public:
                               .batteryRegistry = battery,
                               .powerSources = battery,
                               .audioHardware = audioHardware,
+                              .fileManager = fileManager,
+                              .scanner = std::make_shared<const Duvesk::Scanner>(
+                                  std::make_shared<const Linux::LinuxPlaces>(layout, walker), walker),
                               .application = desktop,
                               .windows = windows,
                               .updater = nullptr,

@@ -4,6 +4,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 
 /// Arithmetic that must not wrap. A result that does not fit stops the process: a wrong figure would be
 /// worse.
@@ -21,6 +22,13 @@ template <std::integral T>
         fail("add");
     }
     return result;
+}
+
+/// The largest value there is where the sum does not fit. Neither may be negative.
+template <std::integral T>
+[[nodiscard]] T saturatingAdd(T left, T right) {
+    T result{};
+    return __builtin_add_overflow(left, right, &result) ? std::numeric_limits<T>::max() : result;
 }
 
 template <std::integral T>

@@ -7,6 +7,7 @@ class AnyView;
 class Canvas;
 class Clock;
 class Defaults;
+class FileManager;
 class Image;
 class Language;
 class Lifetime;

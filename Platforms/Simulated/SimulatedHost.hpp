@@ -4,6 +4,8 @@
 #include "Platforms/Simulated/SimulatedAudioHardware.hpp"
 #include "Platforms/Simulated/SimulatedBattery.hpp"
 #include "Platforms/Simulated/SimulatedDefaults.hpp"
+#include "Platforms/Simulated/SimulatedFileManager.hpp"
+#include "Platforms/Simulated/SimulatedFiles.hpp"
 #include "Platforms/Simulated/SimulatedHostStatistics.hpp"
 #include "Platforms/Simulated/SimulatedLanguage.hpp"
 #include "Platforms/Simulated/SimulatedMainLoop.hpp"
@@ -12,6 +14,8 @@
 #include "Platforms/Simulated/SimulatedShortcuts.hpp"
 #include "Platforms/Simulated/SimulatedStatusBar.hpp"
 #include "Platforms/Simulated/SimulatedWorkspace.hpp"
+
+#include <memory>
 
 namespace Simulated {
 
@@ -31,6 +35,8 @@ struct SimulatedHost {
     SimulatedBatteryRegistry batteryRegistry;
     SimulatedPowerSources powerSources;
     SimulatedAudioHardware audioHardware;
+    SimulatedFileManager fileManager;
+    std::shared_ptr<SimulatedFiles> files = std::make_shared<SimulatedFiles>();
 
     /// Everything a spice could have left behind.
     int liveThings() const {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Duvesk/Scanner.hpp"
 #include "Platforms/Simulated/SimulatedHost.hpp"
 #include "Platforms/Simulated/SimulatedShellWindows.hpp"
 #include "Zorbel/Host.hpp"
@@ -35,6 +36,8 @@ struct SimulatedSuite : SimulatedHost {
                 .batteryRegistry = batteryRegistry,
                 .powerSources = powerSources,
                 .audioHardware = audioHardware,
+                .fileManager = fileManager,
+                .scanner = std::make_shared<const Duvesk::Scanner>(files, files),
                 .application = application,
                 .windows = windows,
                 .updater = updater,

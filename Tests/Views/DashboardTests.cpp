@@ -251,10 +251,10 @@ TEST_F(DashboardTest, TheAddButtonHandsTheKeyboardToTheSwitch) {
 
 TEST_F(DashboardTest, ASpiceStillToComeSaysSo) {
     open();
-    pick("duvesk");
-    stall->setEnabled(true, *stall->spice("duvesk"));
+    pick("fotrel");
+    stall->setEnabled(true, *stall->spice("fotrel"));
     settle();
-    EXPECT_TRUE(showsText(part<Zorbel::SpiceDetail>(), "Duvesk is still to come."));
+    EXPECT_TRUE(showsText(part<Zorbel::SpiceDetail>(), "Fotrel is still to come."));
     savePicture(*dashboard, "dashboard-still-to-come");
 }
 

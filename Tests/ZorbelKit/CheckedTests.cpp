@@ -88,3 +88,10 @@ TEST(Checked, StopsTheProcessForAValueThatIsNoWholeNumberOf64Bits) {
         EXPECT_DEATH((void)checked::toInt64(row.value), "arithmetic overflow in toInt64");
     }
 }
+
+TEST(Checked, ASumThatDoesNotFitIsTheLargestThereIs) {
+    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
+    EXPECT_EQ(checked::saturatingAdd(most - 2, std::int64_t{2}), most);
+    EXPECT_EQ(checked::saturatingAdd(most - 2, std::int64_t{3}), most);
+    EXPECT_EQ(checked::saturatingAdd(most, most), most);
+}
