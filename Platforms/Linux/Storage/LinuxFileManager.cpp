@@ -1,15 +1,46 @@
 #include "Platforms/Linux/Storage/LinuxFileManager.hpp"
 
+#include "Platforms/Linux/Storage/TrashNames.hpp"
 #include "ZorbelKit/Host/MainLoop.hpp"
 
+#include <QByteArray>
+#include <QDBusConnection>
+#include <QDBusMessage>
+#include <QDBusPendingCallWatcher>
+#include <QDesktopServices>
+#include <QObject>
+#include <QString>
+#include <QStringList>
+#include <QUrl>
+
+#include <string>
 #include <utility>
 
 namespace Linux {
 
+namespace {
+
+constexpr auto service = "org.freedesktop.FileManager1";
+constexpr auto servicePath = "/org/freedesktop/FileManager1";
+constexpr int timeLimit = 5'000; // milliseconds, in which a file manager has started and answered
+
+std::string fileUrl(const std::filesystem::path& path) {
+    return "file://" + percentEncoded(path.native());
+}
+
+void openFolder(const std::filesystem::path& folder) {
+    QDesktopServices::openUrl(QUrl::fromEncoded(QByteArray::fromStdString(fileUrl(folder))));
+}
+
+} // namespace
+
 LinuxFileManager::LinuxFileManager(ZorbelKit::MainLoop& loop, Trash trash)
     : loop_(loop)
-    , trash_(std::make_shared<const Trash>(std::move(trash))) {
+    , trash_(std::make_shared<const Trash>(std::move(trash)))
+    , questions_(std::make_unique<QObject>()) {
 }
+
+LinuxFileManager::~LinuxFileManager() = default;
 
 void LinuxFileManager::recycle(std::vector<std::filesystem::path> paths,
                                std::function<void(std::vector<std::filesystem::path> moved)> done) {
@@ -20,7 +51,31 @@ void LinuxFileManager::recycle(std::vector<std::filesystem::path> paths,
                      });
 }
 
-void LinuxFileManager::activateFileViewerSelecting(std::vector<std::filesystem::path>) {
+void LinuxFileManager::activateFileViewerSelecting(std::vector<std::filesystem::path> paths) {
+    if (paths.empty()) {
+        return;
+    }
+    const std::filesystem::path folder = paths.front().parent_path();
+    const QDBusConnection bus = QDBusConnection::sessionBus();
+    if (!bus.isConnected()) {
+        openFolder(folder);
+        return;
+    }
+    QStringList urls;
+    for (const auto& path : paths) {
+        urls << QString::fromStdString(fileUrl(path));
+    }
+    const QString startupId; // the click that asks for it is not known here
+    QDBusMessage question = QDBusMessage::createMethodCall(service, servicePath, service, "ShowItems");
+    question << urls << startupId;
+    auto* answer = new QDBusPendingCallWatcher(bus.asyncCall(question, timeLimit), questions_.get());
+    QObject::connect(answer, &QDBusPendingCallWatcher::finished, questions_.get(),
+                     [folder](QDBusPendingCallWatcher* finished) {
+                         finished->deleteLater();
+                         if (finished->isError()) {
+                             openFolder(folder);
+                         }
+                     });
 }
 
 } // namespace Linux

@@ -1,12 +1,10 @@
 #pragma once
 
-#include <ctime>
 #include <filesystem>
-#include <functional>
-#include <string>
-#include <string_view>
 
 namespace Linux {
+
+struct TrashItem;
 
 /// The Trash of the user's desktop, as its file manager shows it, by version 1.0 of the specification: what
 /// is moved there can be put back, byte for byte. Nothing is ever copied or deleted; what cannot be moved
@@ -20,11 +18,10 @@ public:
     bool move(const std::filesystem::path& path) const;
 
 private:
+    bool isKept(const TrashItem& item) const;
+
     std::filesystem::path dataFolder_;
     std::filesystem::path home_;
 };
-
-/// A path as the Trash's files write it: every byte but letters, digits, "-_.~" and "/" as %XX.
-std::string percentEncoded(std::string_view path);
 
 } // namespace Linux

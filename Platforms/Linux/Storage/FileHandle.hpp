@@ -1,0 +1,33 @@
+#pragma once
+
+#include <unistd.h>
+
+#include <utility>
+
+namespace Linux {
+
+/// An open file or folder, closed with this object.
+class FileHandle {
+public:
+    explicit FileHandle(int descriptor) // negative where nothing could be opened
+        : descriptor_(descriptor) {}
+    FileHandle(FileHandle&& other) noexcept
+        : descriptor_(std::exchange(other.descriptor_, -1)) {}
+    FileHandle& operator=(FileHandle&& other) noexcept {
+        std::swap(descriptor_, other.descriptor_);
+        return *this;
+    }
+    ~FileHandle() {
+        if (descriptor_ >= 0) {
+            ::close(descriptor_);
+        }
+    }
+
+    explicit operator bool() const { return descriptor_ >= 0; }
+    int get() const { return descriptor_; }
+
+private:
+    int descriptor_;
+};
+
+} // namespace Linux
