@@ -31,7 +31,7 @@ using TrashReader::pictureOf;
 
 namespace {
 
-constexpr uid_t another = 54321; // user
+constexpr uid_t another = 54321; // a user who is never the one of the tests
 
 /// From now on this process is on a kernel, or its file systems are such, that a call fails where the lower
 /// half of one of its arguments is not 0.
@@ -273,7 +273,7 @@ TEST_F(TrashMounts, S20_TellsExactlyWhichOfThemMoved) {
 }
 
 TEST_F(TrashMounts, WhereNothingCanBeAskedNotToReplaceNothingIsReplaced) {
-    for (const unsigned int error : {EINVAL, ENOSYS}) {
+    for (const unsigned int error : {unsigned{EINVAL}, unsigned{ENOSYS}}) {
         onTwoDisks([this, error] {
             if (!fail(SYS_renameat2, 4, error)) {
                 ::_exit(notPermitted);
