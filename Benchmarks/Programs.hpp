@@ -55,6 +55,9 @@ private:
 std::vector<std::string> zorbel();
 std::vector<std::string> bareTray();
 
+/// Runs a program to its end, which prints to nowhere; fails when it does.
+void run(std::vector<std::string> words);
+
 /// Fails unless the user has a program of this name.
 void require(const std::string& program);
 

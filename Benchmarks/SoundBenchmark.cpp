@@ -1,13 +1,8 @@
 // What switching sound costs: the main thread's part of one look at twenty devices, and a switch of the
 // default output until the server reports it to another program, beside pactl as a whole process.
 
-#include "Benchmarks/Measure.hpp"
+#include "Benchmarks/Programs.hpp"
 #include "Platforms/Linux/Sound/PulseAudioHardware.hpp"
-
-#include <fcntl.h>
-#include <spawn.h>
-#include <sys/wait.h>
-#include <unistd.h>
 
 #include <cstdio>
 #include <functional>
@@ -26,25 +21,6 @@ constexpr double longestSwitch = 20; // milliseconds
 constexpr double mostOfPeer = 1;     // of pactl's time
 constexpr std::size_t deviceCount = 20;
 constexpr double longestWait = 5; // seconds, after which nothing comes any more
-
-/// Runs a program to its end.
-void run(std::vector<std::string> words) {
-    std::vector<char*> arguments;
-    for (std::string& word : words) {
-        arguments.push_back(word.data());
-    }
-    arguments.push_back(nullptr);
-    posix_spawn_file_actions_t actions;
-    posix_spawn_file_actions_init(&actions);
-    posix_spawn_file_actions_addopen(&actions, 1, "/dev/null", O_WRONLY, 0);
-    pid_t process = 0;
-    const int error = posix_spawnp(&process, arguments[0], &actions, nullptr, arguments.data(), environ);
-    posix_spawn_file_actions_destroy(&actions);
-    int status = 0;
-    if (error != 0 || waitpid(process, &status, 0) != process || status != 0) {
-        fail(words[0] + " did not do its work");
-    }
-}
 
 /// Another program that hears of changes, on a thread of its own.
 class Witness {

@@ -8,6 +8,7 @@
 #include <functional>
 #include <memory>
 #include <optional>
+#include <set>
 #include <string>
 #include <vector>
 
@@ -19,7 +20,8 @@ public:
     /// The identifier that an information file names; none where it cannot be read or names none.
     using IdentifierReader = std::function<std::optional<std::string>(const std::filesystem::path& file)>;
 
-    static constexpr std::int64_t longestInformation = 4'000'000; // bytes; no program has more to say
+    /// In bytes; no program has more to say, and a file that is longer is not read.
+    static constexpr std::int64_t longestInformation = 4'000'000;
 
     /// `applications`: the folders that hold programs, and folders of programs. Usually "/Applications",
     /// "/System/Applications" and the user's own.
@@ -33,6 +35,10 @@ public:
     bool mayBeLeftBehind(const std::filesystem::path& entry) const override;
 
 private:
+    /// Of a folder, also where a link stands for it.
+    std::vector<std::filesystem::path> namesIn(const std::filesystem::path& folder) const;
+    void addIdentifier(const std::filesystem::path& program, std::set<std::string, std::less<>>& found) const;
+
     std::filesystem::path home_;
     std::vector<std::filesystem::path> applications_;
     std::shared_ptr<const FileWalker> walker_;
