@@ -51,7 +51,7 @@ DuveskSpice::DuveskSpice(MainLoop& loop, const Clock& clock, FileManager& files,
 }
 
 void DuveskSpice::rest() {
-    findings_.set({});
+    setFindings({});
     isScanning_.set(false);
 }
 
@@ -60,10 +60,10 @@ void DuveskSpice::scan() {
         return;
     }
     isScanning_.set(true);
-    findings_.set({});
+    setFindings({});
     scanned_.set(0);
     auto take = lifetime_.guard([this](std::vector<Finding> found) {
-        findings_.set(std::move(found));
+        setFindings(std::move(found));
         isScanning_.set(false);
     });
     loop_.background(Priority::utility, [scanner = scanner_, now = clock_.now(), &loop = loop_,
@@ -73,27 +73,29 @@ void DuveskSpice::scan() {
 }
 
 void DuveskSpice::toggle(const Finding& finding) {
-    findings_.edit([&](std::vector<Finding>& findings) {
-        const auto found = std::ranges::find(findings, finding.id, &Finding::id);
-        if (found != findings.end()) {
-            found->selected = !found->selected;
-        }
-    });
+    const auto found = std::ranges::find(findings_, finding.id, &Finding::id);
+    if (found != findings_.end()) {
+        found->selected = !found->selected;
+        notify();
+    }
 }
 
 void DuveskSpice::setAll(bool on) {
-    findings_.edit([&](std::vector<Finding>& findings) {
-        for (Finding& finding : findings) {
-            if (!showing_.get() || finding.kind == *showing_.get()) {
-                finding.selected = on;
-            }
+    bool hasChanged = false;
+    for (Finding& finding : findings_) {
+        if (isShown(finding) && finding.selected != on) {
+            finding.selected = on;
+            hasChanged = true;
         }
-    });
+    }
+    if (hasChanged) {
+        notify();
+    }
 }
 
 void DuveskSpice::clear() {
     std::vector<std::filesystem::path> paths;
-    for (const Finding& finding : findings_.get()) {
+    for (const Finding& finding : findings_) {
         if (finding.selected) {
             paths.push_back(finding.url);
         }
@@ -107,10 +109,10 @@ void DuveskSpice::clear() {
             for (const auto& path : moved) {
                 gone.insert(path.native());
             }
-            findings_.edit([&](std::vector<Finding>& findings) {
-                std::erase_if(findings,
-                              [&](const Finding& finding) { return gone.contains(finding.url.native()); });
-            });
+            const auto isGone = [&](const Finding& finding) { return gone.contains(finding.url.native()); };
+            if (std::erase_if(findings_, isGone) > 0) {
+                notify();
+            }
             lastReclaimed_.set(asked); // what was asked for, moved or not
         });
     files_.recycle(std::move(paths), [&loop = loop_, forget = std::move(forget)](auto moved) mutable {
@@ -124,19 +126,29 @@ void DuveskSpice::reveal(const Finding& finding) {
 
 std::vector<Finding> DuveskSpice::visible() const {
     std::vector<Finding> shown;
-    std::ranges::copy_if(findings_.get(), std::back_inserter(shown), [this](const Finding& finding) {
-        return !showing_.get() || finding.kind == *showing_.get();
-    });
+    std::ranges::copy_if(findings_, std::back_inserter(shown),
+                         [this](const Finding& finding) { return isShown(finding); });
     std::ranges::stable_sort(shown, std::ranges::greater(), &Finding::bytes);
     return shown;
 }
 
 std::int64_t DuveskSpice::selectedBytes() const {
-    return bytesOf(findings_.get(), isSelected);
+    return bytesOf(findings_, isSelected);
 }
 
 std::int64_t DuveskSpice::total(Kind kind) const {
-    return bytesOf(findings_.get(), [kind](const Finding& finding) { return finding.kind == kind; });
+    return bytesOf(findings_, [kind](const Finding& finding) { return finding.kind == kind; });
+}
+
+bool DuveskSpice::isShown(const Finding& finding) const {
+    return !showing_.get() || finding.kind == *showing_.get();
+}
+
+void DuveskSpice::setFindings(std::vector<Finding> findings) {
+    if (findings_ != findings) {
+        findings_ = std::move(findings);
+        notify();
+    }
 }
 
 std::string asSize(std::int64_t bytes) {

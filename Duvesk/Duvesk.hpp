@@ -37,7 +37,7 @@ public:
     void clear();         // moves what is selected to the Trash
     void reveal(const Finding& finding);
 
-    const std::vector<Finding>& findings() const { return findings_.get(); } // largest first
+    const std::vector<Finding>& findings() const { return findings_; } // largest first
     bool isScanning() const { return isScanning_.get(); }
     std::int64_t scanned() const { return scanned_.get(); }             // always 0
     std::int64_t lastReclaimed() const { return lastReclaimed_.get(); } // bytes that were asked to be moved
@@ -50,11 +50,14 @@ public:
     std::int64_t total(Kind kind) const;
 
 private:
+    bool isShown(const Finding& finding) const;
+    void setFindings(std::vector<Finding> findings);
+
     ZorbelKit::MainLoop& loop_;
     const ZorbelKit::Clock& clock_;
     ZorbelKit::FileManager& files_;
     std::shared_ptr<const Scanner> scanner_;
-    ZorbelKit::Published<std::vector<Finding>> findings_{*this};
+    std::vector<Finding> findings_; // changed in place: a tick among thousands copies none of them
     ZorbelKit::Published<bool> isScanning_{*this, false};
     ZorbelKit::Published<std::int64_t> scanned_{*this, 0};
     ZorbelKit::Published<std::int64_t> lastReclaimed_{*this, 0};
