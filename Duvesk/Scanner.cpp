@@ -3,7 +3,6 @@
 #include "ZorbelKit/Utf8.hpp"
 
 #include <algorithm>
-#include <compare>
 #include <ctime>
 #include <functional>
 #include <string_view>
@@ -49,13 +48,9 @@ bool isOld(const std::optional<TimePoint>& modified, TimePoint now) {
     return !modified || wholeDays(*modified, now).value_or(0) >= leftoverDays;
 }
 
-/// A moment as the C library counts, which never overflows, and what is left of its second.
-struct SplitTime {
-    std::time_t second = 0;
-    std::int64_t nanosecond = 0;
-
-    auto operator<=>(const SplitTime&) const = default;
-};
+/// The second of a moment, which the C library can count with however early or late it is, and the
+/// nanoseconds since.
+using SplitTime = std::pair<std::time_t, std::int64_t>;
 
 SplitTime split(TimePoint moment) {
     constexpr std::int64_t second = 1'000'000'000;
@@ -183,8 +178,8 @@ void Scanner::addLeftovers(TimePoint now, std::vector<Finding>& findings) const 
 std::optional<std::int64_t> wholeDays(TimePoint from, TimePoint to) {
     const SplitTime start = split(from);
     const SplitTime end = split(to);
-    const auto startDate = localTime(start.second);
-    const auto endDate = localTime(end.second);
+    const auto startDate = localTime(start.first);
+    const auto endDate = localTime(end.first);
     if (!startDate || !endDate) {
         return std::nullopt;
     }
@@ -193,7 +188,7 @@ std::optional<std::int64_t> wholeDays(TimePoint from, TimePoint to) {
     if (!second) {
         return std::nullopt;
     }
-    const SplitTime reached{*second, start.nanosecond}; // on the date of the end
+    const SplitTime reached{*second, start.second}; // on the date of the end
     if (start <= end) {
         return reached > end ? days - 1 : days;
     }
