@@ -28,6 +28,7 @@ ButtonLook brassLook() {
             .border = brass.withOpacity(0),
             .text = stall,
             .hoverText = stall,
+            .disabledText = malai.withOpacity(0.7),
             .font = buttonFont()};
 }
 
@@ -38,6 +39,7 @@ ButtonLook quietLook() {
             .border = rim,
             .text = malai,
             .hoverText = malai,
+            .disabledText = malaiDim,
             .font = buttonFont()};
 }
 
@@ -49,6 +51,7 @@ ButtonLook plainLook(const Color& colour) {
             .border = clear,
             .text = colour,
             .hoverText = malai,
+            .disabledText = malaiFaint,
             .font = buttonFont(),
             .paddingX = 6};
 }
@@ -88,7 +91,9 @@ void PaintedButton::paintEvent(QPaintEvent*) {
     painter.setBrush(qColor(hovered.mixedWith(look_.pressedFill, press_.value())));
     painter.setPen(qColor(look_.border));
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), look_.radius, look_.radius);
-    painter.setPen(qColor(look_.text.mixedWith(look_.hoverText, hover_.value())));
+    painter.setOpacity(1);
+    painter.setPen(
+        qColor(isEnabled() ? look_.text.mixedWith(look_.hoverText, hover_.value()) : look_.disabledText));
     painter.setFont(font());
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextHideMnemonic, text());
     if (showsFocus()) {

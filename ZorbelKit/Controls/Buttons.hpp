@@ -8,7 +8,7 @@
 
 namespace ZorbelKit {
 
-/// How a button is painted at rest, under the pointer and pressed. Paddings and radius in points.
+/// How a button is painted at rest, under the pointer, pressed and disabled. Paddings and radius in points.
 struct ButtonLook {
     Color fill;
     Color hoverFill;
@@ -16,6 +16,7 @@ struct ButtonLook {
     Color border;
     Color text;
     Color hoverText;
+    Color disabledText; // it still says something
     QFont font;
     double paddingX = 14;
     double paddingY = 7;

@@ -10,8 +10,9 @@ class FocusButton : public QAbstractButton {
 public:
     using QAbstractButton::QAbstractButton;
 
-protected:
     bool showsFocus() const { return showsFocus_; }
+
+protected:
     void focusInEvent(QFocusEvent* event) override;
     void focusOutEvent(QFocusEvent* event) override;
 

@@ -61,6 +61,12 @@ void LineText::setColour(const Color& colour) {
     }
 }
 
+void LineText::setCutOff(Qt::TextElideMode place) {
+    place_ = place;
+    cut_.reset();
+    update();
+}
+
 QSize LineText::minimumSizeHint() const {
     return {1, QFontMetrics(font()).height()};
 }
@@ -88,7 +94,7 @@ LineText::Cut LineText::cut(int room) const {
             result.marked->begin += 1 - begin;
         }
     }
-    result.text = metrics.elidedText(result.text, Qt::ElideRight, room);
+    result.text = metrics.elidedText(result.text, place_, room);
     if (result.marked) {
         const int left = static_cast<int>(result.text.size()) - result.marked->begin;
         result.marked->length = std::min(result.marked->length, left);

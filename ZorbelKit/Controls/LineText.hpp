@@ -8,8 +8,9 @@
 
 namespace ZorbelKit {
 
-/// A text on one line that takes the width it is given: what does not fit is cut off at the end with an
-/// ellipsis. A part of it may be marked; where that part would be cut off, the line begins shortly before it.
+/// A text on one line that takes the width it is given: what does not fit is cut off with an ellipsis, at the
+/// end unless told otherwise. A part of it may be marked; where that part would be cut off, the line begins
+/// shortly before it.
 class LineText : public QLabel {
 public:
     /// A part of a text, counted in the toolkit's characters.
@@ -24,6 +25,9 @@ public:
     /// Equal values repaint nothing.
     void setLine(const QString& text, std::optional<Part> marked = std::nullopt);
     void setColour(const Color& colour);
+
+    /// Where it is cut off; not for a line with a marked part.
+    void setCutOff(Qt::TextElideMode place);
 
     const std::optional<Part>& marked() const { return marked_; }
 
@@ -44,6 +48,7 @@ private:
 
     std::optional<Part> marked_;
     Color colour_;
+    Qt::TextElideMode place_ = Qt::ElideRight;
     mutable std::optional<Cut> cut_; // for the width `cutFor_`; none: to be measured again
     mutable int cutFor_ = 0;
 };
