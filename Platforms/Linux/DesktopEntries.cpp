@@ -1,11 +1,14 @@
 #include "Platforms/Linux/DesktopEntries.hpp"
 
+#include "Platforms/Linux/AsciiCase.hpp"
+#include "Platforms/Linux/DesktopFile.hpp"
+#include "Platforms/Linux/RegularFile.hpp"
 #include "ZorbelKit/Utf8.hpp"
 
 #include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdlib>
-#include <fstream>
 #include <system_error>
 #include <utility>
 
@@ -20,15 +23,7 @@ constexpr std::array<std::string_view, 12> launchers{"bash",         "dbus-launc
                                                      "gapplication", "java",        "perl", "pkexec",
                                                      "python3",      "sh",          "snap", "wine"};
 
-constexpr std::uintmax_t longestFile = 1 << 20; // bytes; none that launches a program comes near
-
-std::string lowered(std::string_view text) {
-    std::string lower(text);
-    std::ranges::transform(lower, lower.begin(), [](char character) {
-        return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-    });
-    return lower;
-}
+constexpr std::size_t longestFile = 1 << 20; // bytes; none that launches a program comes near
 
 /// The locale's own spellings of a key's suffix, the best first: language_COUNTRY@MODIFIER,
 /// language_COUNTRY, language@MODIFIER, language.
@@ -46,44 +41,10 @@ std::vector<std::string> suffixes(const std::string& locale) {
     return found;
 }
 
-/// The escapes of a desktop file's strings.
-std::string unescaped(std::string_view value) {
-    std::string text;
-    for (std::size_t index = 0; index < value.size(); ++index) {
-        if (value[index] != '\\' || index + 1 == value.size()) {
-            text += value[index];
-            continue;
-        }
-        switch (value[++index]) {
-        case 's':
-            text += ' ';
-            break;
-        case 'n':
-            text += '\n';
-            break;
-        case 't':
-            text += '\t';
-            break;
-        case 'r':
-            text += '\r';
-            break;
-        default:
-            text += value[index];
-        }
-    }
-    return text;
-}
-
 void keepSmaller(std::string& known, const std::string& other) {
     if (known.empty() || other < known) {
         known = other;
     }
-}
-
-std::string_view stripped(std::string_view text) {
-    const auto begin = text.find_first_not_of(" \t\r");
-    const auto end = text.find_last_not_of(" \t\r");
-    return begin == std::string_view::npos ? std::string_view() : text.substr(begin, end + 1 - begin);
 }
 
 /// When each was changed last; none where there is no such folder.
@@ -156,51 +117,44 @@ void DesktopEntries::readFolder(const fs::path& folder) {
     std::error_code failure;
     for (fs::directory_iterator entry(folder, failure), end; !failure && entry != end;
          entry.increment(failure)) {
-        std::error_code unreadable;
-        if (entry->path().extension() == ".desktop" && entry->is_regular_file(unreadable) &&
-            entry->file_size(unreadable) <= longestFile) {
+        if (entry->path().extension() == ".desktop") {
             readFile(entry->path());
         }
     }
 }
 
 void DesktopEntries::readFile(const fs::path& file) {
+    const auto text = readRegularFile(file.string(), longestFile + 1);
+    if (!text || text->size() > longestFile) {
+        return;
+    }
     std::size_t rank = suffixes_.size() + 1; // of the name so far; the lower, the better
     std::string name;
     std::string icon;
     std::string windowClass;
     std::string command;
-    bool isInEntry = false;
-    std::ifstream stream(file);
-    for (std::string line; std::getline(stream, line);) {
-        const std::string_view text = stripped(line);
-        if (text.starts_with('[')) {
-            isInEntry = text == "[Desktop Entry]";
+    forEachDesktopKey(*text, [&](const DesktopKey& key) {
+        if (key.group != "Desktop Entry") {
+            return;
         }
-        const auto equals = text.find('=');
-        if (!isInEntry || equals == std::string_view::npos || text.starts_with('#')) {
-            continue;
-        }
-        const std::string_view key = stripped(text.substr(0, equals));
-        const std::string_view value = stripped(text.substr(equals + 1));
-        if (key == "StartupWMClass") {
-            windowClass = unescaped(value);
-        } else if (key == "Icon") {
-            icon = unescaped(value);
-        } else if (key == "Exec") {
-            command = unescaped(value);
-        } else if (key == "Name" && rank > suffixes_.size()) {
+        if (key.name == "StartupWMClass") {
+            windowClass = desktopString(key.value);
+        } else if (key.name == "Icon") {
+            icon = desktopString(key.value);
+        } else if (key.name == "Exec") {
+            command = desktopString(key.value);
+        } else if (key.name == "Name" && rank > suffixes_.size()) {
             rank = suffixes_.size();
-            name = unescaped(value);
-        } else if (key.starts_with("Name[") && key.ends_with(']')) {
+            name = desktopString(key.value);
+        } else if (key.name.starts_with("Name[") && key.name.ends_with(']')) {
             const auto place = static_cast<std::size_t>(
-                std::ranges::find(suffixes_, key.substr(5, key.size() - 6)) - suffixes_.begin());
+                std::ranges::find(suffixes_, key.name.substr(5, key.name.size() - 6)) - suffixes_.begin());
             if (place < suffixes_.size() && place < rank) {
                 rank = place;
-                name = unescaped(value);
+                name = desktopString(key.value);
             }
         }
-    }
+    });
     name = ZorbelKit::utf8::repaired(std::move(name));
     if (name.empty()) {
         return;
