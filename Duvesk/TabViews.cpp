@@ -55,12 +55,11 @@ std::optional<std::size_t> placeAfter(int key, std::size_t place, std::size_t co
 } // namespace
 
 Tab::Tab(const QString& title, const Color& accent, QWidget* parent)
-    : FocusButton(parent)
+    : Tile(parent)
     , title_(title)
     , accent_(accent)
     , label_(makeText(title, interfaceFont(titleSize, QFont::Medium), malaiDim, this))
-    , total_(new Reading("", std::nullopt, totalSize, QFont::Medium, this))
-    , hover_(*this) {
+    , total_(new Reading("", std::nullopt, totalSize, QFont::Medium, this)) {
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessible(*this, QAccessible::PageTab, title);
     total_->setMinimumWidth(1); // the page decides about the width
@@ -98,43 +97,11 @@ void Tab::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     const Color rest = isActive_ ? kettleHi : kettle;
     painter.setPen(QPen(qColor(isActive_ ? accent_ : rim), 1));
-    painter.setBrush(qColor(isDown() ? stall : rest.mixedWith(kettlePeak, hover_.value())));
+    painter.setBrush(qColor(isDown() ? stall : rest.mixedWith(kettlePeak, hover())));
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), radiusControl, radiusControl);
     if (showsFocus()) {
         paintFocusRing(painter, rect(), radiusControl);
     }
-}
-
-void Tab::keyPressEvent(QKeyEvent* event) {
-    switch (event->key()) {
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        if (!event->isAutoRepeat()) {
-            click();
-        }
-        return;
-    case Qt::Key_Space:
-    case Qt::Key_Select:
-        FocusButton::keyPressEvent(event);
-        return;
-    default:
-        event->ignore(); // the row's, not the button's own way through its neighbours
-    }
-}
-
-void Tab::enterEvent(QEnterEvent* event) {
-    hover_.to(1, Pour::settle(Pour::sip));
-    FocusButton::enterEvent(event);
-}
-
-void Tab::leaveEvent(QEvent* event) {
-    hover_.to(0, Pour::settle(Pour::sip));
-    FocusButton::leaveEvent(event);
-}
-
-void Tab::hideEvent(QHideEvent* event) {
-    hover_.jump(0); // what is hidden under the pointer is sent no leave
-    FocusButton::hideEvent(event);
 }
 
 TabRow::TabRow(DuveskSpice& spice, QWidget* parent)

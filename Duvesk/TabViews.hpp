@@ -2,8 +2,7 @@
 
 #include "Duvesk/Finding.hpp"
 #include "ZorbelKit/Color.hpp"
-#include "ZorbelKit/Controls/FocusButton.hpp"
-#include "ZorbelKit/Controls/Glide.hpp"
+#include "ZorbelKit/Controls/HoverButton.hpp"
 
 #include <cstdint>
 #include <functional>
@@ -21,7 +20,7 @@ namespace Duvesk {
 class DuveskSpice;
 
 /// A tile that lets the list show one kind of findings, or everything, and says what they come to.
-class Tab final : public ZorbelKit::FocusButton {
+class Tab final : public ZorbelKit::Tile {
 public:
     static constexpr int tabHeight = 52; // points
 
@@ -36,10 +35,6 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void keyPressEvent(QKeyEvent* event) override;
-    void enterEvent(QEnterEvent* event) override;
-    void leaveEvent(QEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
 
 private:
     void setActive(bool active);
@@ -49,7 +44,6 @@ private:
     QLabel* label_;
     ZorbelKit::Reading* total_;
     bool isActive_ = false;
-    ZorbelKit::Glide hover_;
 };
 
 /// Everything and each kind, side by side. The arrow keys, Home and End choose the tab beside and those at

@@ -80,10 +80,9 @@ void paintSeat(QPainter& painter, const QRectF& screen, Seat seat, const SeatCol
 }
 
 SeatTile::SeatTile(PinthoSpice& spice, Seat seat, QWidget* parent)
-    : FocusButton(parent)
+    : Tile(parent)
     , spice_(spice)
-    , seat_(seat)
-    , hover_(*this) {
+    , seat_(seat) {
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
     setAccessible(*this, QAccessible::Button, qString(title(seat)));
@@ -104,7 +103,7 @@ void SeatTile::refresh() {
 }
 
 void SeatTile::paintGround(QPainter& painter) const {
-    const Color shade = isDown() ? stall : kettle.mixedWith(kettlePeak, hover_.value());
+    const Color shade = isDown() ? stall : kettle.mixedWith(kettlePeak, hover());
     const Color border = isLast() ? spiceColour("pintho") : rim;
     painter.setPen(QPen(qColor(border), 1));
     painter.setBrush(qColor(shade));
@@ -117,8 +116,8 @@ void SeatTile::paintScreen(QPainter& painter, const QRectF& screen) const {
                                   : stall.mixedWith(malaiDim, 0.66);
     paintSeat(painter, screen, seat_,
               {.ground = stall,
-               .border = rim.mixedWith(malaiDim, hover_.value()),
-               .fill = isDown() ? fill : fill.mixedWith(brass, hover_.value())});
+               .border = rim.mixedWith(malaiDim, hover()),
+               .fill = isDown() ? fill : fill.mixedWith(brass, hover())});
 }
 
 void SeatTile::paintEvent(QPaintEvent*) {
@@ -132,43 +131,11 @@ void SeatTile::paintEvent(QPaintEvent*) {
     }
 }
 
-void SeatTile::keyPressEvent(QKeyEvent* event) {
-    switch (event->key()) {
-    case Qt::Key_Return:
-    case Qt::Key_Enter:
-        if (!event->isAutoRepeat()) {
-            click();
-        }
-        return;
-    case Qt::Key_Space:
-    case Qt::Key_Select:
-        FocusButton::keyPressEvent(event);
-        return;
-    default:
-        event->ignore(); // the grid's, not the button's own way through its neighbours
-    }
-}
-
 void SeatTile::focusInEvent(QFocusEvent* event) {
-    FocusButton::focusInEvent(event);
+    Tile::focusInEvent(event);
     if (showsFocus()) {
         reveal(*this);
     }
-}
-
-void SeatTile::enterEvent(QEnterEvent* event) {
-    hover_.to(1, Pour::settle(Pour::sip));
-    FocusButton::enterEvent(event);
-}
-
-void SeatTile::leaveEvent(QEvent* event) {
-    hover_.to(0, Pour::settle(Pour::sip));
-    FocusButton::leaveEvent(event);
-}
-
-void SeatTile::hideEvent(QHideEvent* event) {
-    hover_.jump(0); // what is hidden under the pointer is sent no leave
-    FocusButton::hideEvent(event);
 }
 
 SeatButton::SeatButton(PinthoSpice& spice, Seat seat, QWidget* parent)
@@ -197,7 +164,7 @@ void SeatButton::paint(QPainter& painter) {
     const QRectF line(titlePadding, screen.bottom() + titleGap, width() - 2 * titlePadding,
                       QFontMetricsF(font()).height());
     painter.setFont(font());
-    painter.setPen(qColor(isLast() ? malai : malaiDim.mixedWith(malai, highlight())));
+    painter.setPen(qColor(isLast() ? malai : malaiDim.mixedWith(malai, hover())));
     painter.drawText(
         line, Qt::AlignCenter,
         QFontMetricsF(font()).elidedText(accessibleName(), Qt::ElideRight, std::ceil(line.width())));

@@ -3,8 +3,7 @@
 #include "Pintho/PinthoTexts.hpp"
 #include "Pintho/Seat.hpp"
 #include "ZorbelKit/Color.hpp"
-#include "ZorbelKit/Controls/FocusButton.hpp"
-#include "ZorbelKit/Controls/Glide.hpp"
+#include "ZorbelKit/Controls/HoverButton.hpp"
 
 #include <functional>
 #include <optional>
@@ -29,13 +28,12 @@ void paintSeat(QPainter& painter, const QRectF& screen, Seat seat, const SeatCol
 /// A button that places the front window. It highlights under the pointer, keeps a mark of the last placement
 /// and looks disabled while no window can be placed. It can be pressed even then: whether a window can be
 /// placed is asked anew.
-class SeatTile : public ZorbelKit::FocusButton {
+class SeatTile : public ZorbelKit::Tile {
 public:
     /// Writes what the spice says now; equal values repaint nothing.
     void refresh();
 
     Seat seat() const { return seat_; }
-    bool isHovered() const { return hover_.target() == 1; }
     bool isLast() const { return shown_->isLast; } // where the last window was placed
     bool canPlace() const { return shown_->canPlace; }
     const SeatKeys& keys() const { return shown_->keys; }
@@ -48,15 +46,10 @@ protected:
 
     void paintGround(QPainter& painter) const;
     void paintScreen(QPainter& painter, const QRectF& screen) const;
-    double highlight() const { return hover_.value(); } // 0 … 1
 
     void paintEvent(QPaintEvent* event) override;
     virtual void paint(QPainter& painter) = 0;
-    void keyPressEvent(QKeyEvent* event) override;
     void focusInEvent(QFocusEvent* event) override;
-    void enterEvent(QEnterEvent* event) override;
-    void leaveEvent(QEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
 
 private:
     struct Shown {
@@ -69,7 +62,6 @@ private:
     const PinthoSpice& spice_;
     const Seat seat_;
     std::optional<Shown> shown_; // none only until the first `refresh`
-    ZorbelKit::Glide hover_;
 };
 
 /// A seat's picture over its title.

@@ -122,7 +122,7 @@ public:
         Linux::PulseAudioHardware audioHardware;
         const auto layout = Linux::StorageLayout::standard();
         Linux::LinuxFileManager fileManager(loop, Linux::Trash(layout.dataFolder(), layout.home));
-        const auto walker = std::make_shared<const Linux::DirectoryWalker>();
+        const auto walker = std::make_shared<Linux::DirectoryWalker>();
         const Linux::IcuLanguage language(QLocale().name().toStdString());
         Linux::LinuxStatusBar statusBar(loop, defaults);
         const Linux::TerminationSignals endings([&desktop] { desktop.terminate(); }, comeForward);
@@ -154,6 +154,7 @@ public:
         running = &delegate;
         const int status = QApplication::exec();
         running = nullptr;
+        walker->stop(); // nobody waits for a scan that ends after the program
         delegate.applicationWillTerminate();
         defaults.flush();
         return status;

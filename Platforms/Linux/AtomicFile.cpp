@@ -1,5 +1,7 @@
 #include "Platforms/Linux/AtomicFile.hpp"
 
+#include "Platforms/Linux/SystemCalls.hpp"
+
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
@@ -63,18 +65,9 @@ public:
     }
 
     std::error_code fill(std::string_view contents) {
-        while (!error_ && !contents.empty()) {
-            const ssize_t written = ::write(descriptor_, contents.data(), contents.size());
-            if (written >= 0) {
-                contents.remove_prefix(static_cast<std::size_t>(written));
-            } else if (errno != EINTR) {
-                error_ = lastError();
-            }
-        }
-        while (!error_ && ::fsync(descriptor_) != 0) {
-            if (errno != EINTR) {
-                error_ = lastError();
-            }
+        const auto sync = [this] { return ::fsync(descriptor_); };
+        if (!error_ && (!writeWhole(descriptor_, contents) || retried(sync) != 0)) {
+            error_ = lastError();
         }
         return error_;
     }

@@ -1,5 +1,7 @@
 #include "Platforms/Linux/ProcHostStatistics.hpp"
 
+#include "Platforms/Linux/SystemCalls.hpp"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <unistd.h>
@@ -37,15 +39,6 @@ constexpr std::uint64_t wildStep = 1ULL << 40;
 
 // No machine has that much memory, and any number of rows of it still add up within 64 bits.
 constexpr std::uint64_t mostBytes = 1ULL << 53;
-
-template <class Call>
-auto retriedWhenInterrupted(Call call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
 
 std::uint64_t idleTime(const TickRow& ticks) {
     return ticks[idle] + ticks[ioWait];
@@ -306,13 +299,12 @@ ProcHostStatistics::KeptFile::~KeptFile() {
 
 std::string_view ProcHostStatistics::KeptFile::read(std::span<char> buffer) {
     if (!isOpen()) {
-        descriptor_ = retriedWhenInterrupted([this] { return ::open(path_.c_str(), O_RDONLY | O_CLOEXEC); });
+        descriptor_ = retried([this] { return ::open(path_.c_str(), O_RDONLY | O_CLOEXEC); });
     }
     if (!isOpen()) {
         return {};
     }
-    const ssize_t length =
-        retriedWhenInterrupted([&] { return ::pread(descriptor_, buffer.data(), buffer.size(), 0); });
+    const ssize_t length = retried([&] { return ::pread(descriptor_, buffer.data(), buffer.size(), 0); });
     if (length <= 0) {
         close();
         return {};
@@ -324,7 +316,7 @@ std::string_view ProcHostStatistics::KeptFile::readAll(std::span<char> buffer) {
     std::size_t length = read(buffer).size();
     while (length > 0 && length < buffer.size()) {
         const std::span<char> rest = buffer.subspan(length);
-        const ssize_t more = retriedWhenInterrupted(
+        const ssize_t more = retried(
             [&] { return ::pread(descriptor_, rest.data(), rest.size(), static_cast<off_t>(length)); });
         if (more <= 0) {
             break;

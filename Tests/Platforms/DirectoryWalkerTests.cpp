@@ -695,3 +695,20 @@ TEST(DirectoryWalker, SeveralMayWalkAtATime) {
     }
     EXPECT_EQ(right, 40);
 }
+
+TEST(DirectoryWalker, AWalkThatIsStoppedEndsWithWhatItHas) {
+    const TemporaryFolder folder;
+    for (int number = 0; number < 100; ++number) {
+        makeFile(folder.path() / std::to_string(number) / "file", 1);
+    }
+    DirectoryWalker walker;
+    int items = 0;
+    const auto countAndStop = [&](const WalkItem&) {
+        ++items;
+        walker.stop();
+        return true;
+    };
+    EXPECT_TRUE(walker.walk(folder.path(), FileWalker::Packages::enter, countAndStop));
+    EXPECT_EQ(items, 100) << "the folder that was being read";
+    EXPECT_LT(walker.sizesBelow({folder.path()}, noLimit).front().value_or(0), 100);
+}

@@ -375,5 +375,17 @@ TEST_F(Trash, AMoveOutlivesItsFileManager) {
     std::vector<fs::path> moved;
     Linux::LinuxFileManager(loop, trash).recycle({file}, [&](auto answer) { moved = std::move(answer); });
     loop.settle();
-    EXPECT_EQ(moved, std::vector{file});
+    EXPECT_EQ(moved, std::vector{file}) << "also at the end of the program";
+}
+
+TEST_F(Trash, TheEndOfTheProgramIsNotKeptWaiting) {
+    const fs::path file = write(home / "file");
+    Simulated::SimulatedMainLoop loop;
+    std::optional<std::vector<fs::path>> moved;
+    Linux::LinuxFileManager(loop, trash, std::chrono::milliseconds(0)).recycle({file}, [&](auto answer) {
+        moved = std::move(answer);
+    });
+    loop.settle();
+    EXPECT_EQ(moved, std::vector<fs::path>());
+    EXPECT_EQ(contents(file), "something");
 }

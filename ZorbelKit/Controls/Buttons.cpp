@@ -59,9 +59,8 @@ ButtonLook plainLook(const Color& colour) {
 } // namespace
 
 PaintedButton::PaintedButton(const QString& text, ButtonLook look, QWidget* parent)
-    : FocusButton(parent)
+    : HoverButton(parent)
     , look_(std::move(look))
-    , hover_(*this)
     , press_(*this) {
     setText(text);
     setFont(look_.font);
@@ -87,28 +86,17 @@ void PaintedButton::paintEvent(QPaintEvent*) {
     QPainter painter(this);
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setOpacity(isEnabled() ? 1 : 0.4);
-    const Color hovered = look_.fill.mixedWith(look_.hoverFill, hover_.value());
+    const Color hovered = look_.fill.mixedWith(look_.hoverFill, hover());
     painter.setBrush(qColor(hovered.mixedWith(look_.pressedFill, press_.value())));
     painter.setPen(qColor(look_.border));
     painter.drawRoundedRect(QRectF(rect()).adjusted(0.5, 0.5, -0.5, -0.5), look_.radius, look_.radius);
     painter.setOpacity(1);
-    painter.setPen(
-        qColor(isEnabled() ? look_.text.mixedWith(look_.hoverText, hover_.value()) : look_.disabledText));
+    painter.setPen(qColor(isEnabled() ? look_.text.mixedWith(look_.hoverText, hover()) : look_.disabledText));
     painter.setFont(font());
     painter.drawText(rect(), Qt::AlignCenter | Qt::TextHideMnemonic, text());
     if (showsFocus()) {
         paintFocusRing(painter, rect(), look_.radius);
     }
-}
-
-void PaintedButton::enterEvent(QEnterEvent* event) {
-    hover_.to(1, Pour::settle(Pour::sip));
-    QAbstractButton::enterEvent(event);
-}
-
-void PaintedButton::leaveEvent(QEvent* event) {
-    hover_.to(0, Pour::settle(Pour::sip));
-    QAbstractButton::leaveEvent(event);
 }
 
 BrassButton::BrassButton(const QString& text, QWidget* parent)

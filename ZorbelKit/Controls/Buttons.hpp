@@ -1,8 +1,8 @@
 #pragma once
 
 #include "ZorbelKit/Color.hpp"
-#include "ZorbelKit/Controls/FocusButton.hpp"
 #include "ZorbelKit/Controls/Glide.hpp"
+#include "ZorbelKit/Controls/HoverButton.hpp"
 
 #include <QFont>
 
@@ -24,7 +24,7 @@ struct ButtonLook {
 };
 
 /// A button with a label, painted from a look; hover and press are animated.
-class PaintedButton : public FocusButton {
+class PaintedButton : public HoverButton {
 public:
     /// A new text for a button that has changed its meaning; an equal one repaints nothing.
     void setLabel(const QString& text);
@@ -36,12 +36,9 @@ protected:
     PaintedButton(const QString& text, ButtonLook look, QWidget* parent);
 
     void paintEvent(QPaintEvent* event) override;
-    void enterEvent(QEnterEvent* event) override;
-    void leaveEvent(QEvent* event) override;
 
 private:
     ButtonLook look_;
-    Glide hover_;
     Glide press_;
 };
 

@@ -39,9 +39,8 @@ void strokeLine(QPainter& painter, const QColor& colour, double width,
 } // namespace
 
 Picker::Picker(const QString& name, const QStringList& choices, QWidget* parent)
-    : FocusButton(parent)
-    , list_(new SuiteMenu(this))
-    , hover_(*this) {
+    : HoverButton(parent)
+    , list_(new SuiteMenu(this)) {
     setFont(choiceFont());
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
@@ -109,7 +108,7 @@ void Picker::paintEvent(QPaintEvent*) {
     painter.setPen(qColor(rim));
     painter.setBrush(qColor(isDown() ? stall : kettleHi));
     painter.drawRoundedRect(box, radiusControl, radiusControl);
-    painter.setBrush(qColor(kettlePeak.withOpacity(isDown() ? 0 : hover_.value())));
+    painter.setBrush(qColor(kettlePeak.withOpacity(isDown() ? 0 : hover())));
     painter.drawRoundedRect(box, radiusControl, radiusControl);
 
     painter.setPen(qColor(malai));
@@ -128,19 +127,9 @@ void Picker::paintEvent(QPaintEvent*) {
     }
 }
 
-void Picker::enterEvent(QEnterEvent* event) {
-    hover_.to(1, Pour::settle(Pour::sip));
-    FocusButton::enterEvent(event);
-}
-
-void Picker::leaveEvent(QEvent* event) {
-    hover_.to(0, Pour::settle(Pour::sip));
-    FocusButton::leaveEvent(event);
-}
-
 void Picker::hideEvent(QHideEvent* event) {
     list_->close();
-    FocusButton::hideEvent(event);
+    HoverButton::hideEvent(event);
 }
 
 void Picker::keyPressEvent(QKeyEvent* event) {
@@ -152,7 +141,7 @@ void Picker::keyPressEvent(QKeyEvent* event) {
         open();
         return;
     default:
-        FocusButton::keyPressEvent(event); // Space is a click
+        HoverButton::keyPressEvent(event); // Space is a click
     }
 }
 

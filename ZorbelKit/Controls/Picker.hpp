@@ -1,7 +1,6 @@
 #pragma once
 
-#include "ZorbelKit/Controls/FocusButton.hpp"
-#include "ZorbelKit/Controls/Glide.hpp"
+#include "ZorbelKit/Controls/HoverButton.hpp"
 
 #include <QStringList>
 
@@ -15,7 +14,7 @@ class SuiteMenu;
 
 /// A pop-up button: shows the one of a few choices that holds, and the list of them when it is clicked or
 /// when Space, Enter or an arrow key is pressed.
-class Picker : public FocusButton {
+class Picker : public HoverButton {
 public:
     static constexpr int defaultWidth = 130; // points
 
@@ -37,8 +36,6 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void enterEvent(QEnterEvent* event) override;
-    void leaveEvent(QEvent* event) override;
     void hideEvent(QHideEvent* event) override;
     void keyPressEvent(QKeyEvent* event) override;
 
@@ -49,7 +46,6 @@ private:
     SuiteMenu* list_;
     std::optional<std::size_t> selection_;
     std::function<void(std::size_t)> chosen_;
-    Glide hover_;
 };
 
 } // namespace ZorbelKit

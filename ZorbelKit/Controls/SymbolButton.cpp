@@ -16,11 +16,10 @@ constexpr double radius = 6;
 } // namespace
 
 SymbolButton::SymbolButton(const QString& name, const QString& symbol, double symbolSize, QWidget* parent)
-    : FocusButton(parent)
+    : HoverButton(parent)
     , symbol_(symbol)
     , symbolSize_(symbolSize)
-    , colour_(malaiDim)
-    , hover_(*this) {
+    , colour_(malaiDim) {
     setFocusPolicy(Qt::StrongFocus);
     setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
     setAccessible(*this, QAccessible::Button, name);
@@ -62,33 +61,18 @@ void SymbolButton::paintEvent(QPaintEvent*) {
     painter.setRenderHint(QPainter::Antialiasing);
     painter.setOpacity(isEnabled() ? 1 : 0.4);
     painter.setPen(Qt::NoPen);
-    painter.setBrush(isDown() ? qColor(stall) : qColor(kettlePeak.withOpacity(hover_.value())));
+    painter.setBrush(isDown() ? qColor(stall) : qColor(kettlePeak.withOpacity(hover())));
     painter.drawRoundedRect(rect(), radius, radius);
     const QPointF centre = QRectF(rect()).center();
     paintSymbol(painter, symbol_, centre, symbolSize_, colour_);
-    if (hover_.value() > 0 && colour_ == malaiDim) {
-        painter.setOpacity(painter.opacity() * hover_.value());
+    if (hover() > 0 && colour_ == malaiDim) {
+        painter.setOpacity(painter.opacity() * hover());
         paintSymbol(painter, symbol_, centre, symbolSize_, malai);
         painter.setOpacity(1);
     }
     if (showsFocus()) {
         paintFocusRing(painter, rect(), radius);
     }
-}
-
-void SymbolButton::enterEvent(QEnterEvent* event) {
-    hover_.to(1, Pour::settle(Pour::sip));
-    FocusButton::enterEvent(event);
-}
-
-void SymbolButton::leaveEvent(QEvent* event) {
-    hover_.to(0, Pour::settle(Pour::sip));
-    FocusButton::leaveEvent(event);
-}
-
-void SymbolButton::hideEvent(QHideEvent* event) {
-    hover_.jump(0); // what is hidden under the pointer is sent no leave
-    FocusButton::hideEvent(event);
 }
 
 } // namespace ZorbelKit

@@ -1,13 +1,12 @@
 #pragma once
 
 #include "ZorbelKit/Color.hpp"
-#include "ZorbelKit/Controls/FocusButton.hpp"
-#include "ZorbelKit/Controls/Glide.hpp"
+#include "ZorbelKit/Controls/HoverButton.hpp"
 
 namespace ZorbelKit {
 
 /// A small square button with a symbol and no text; what it does is its spoken name and its tool tip.
-class SymbolButton : public FocusButton {
+class SymbolButton : public HoverButton {
 public:
     static constexpr int side = 24; // points
 
@@ -27,9 +26,6 @@ public:
 
 protected:
     void paintEvent(QPaintEvent* event) override;
-    void enterEvent(QEnterEvent* event) override;
-    void leaveEvent(QEvent* event) override;
-    void hideEvent(QHideEvent* event) override;
 
 private:
     void writeToolTip();
@@ -38,7 +34,6 @@ private:
     double symbolSize_;
     Color colour_;
     QString keys_;
-    Glide hover_;
 };
 
 } // namespace ZorbelKit

@@ -1,5 +1,6 @@
 #include "Platforms/Linux/Power/PowerSupplies.hpp"
 
+#include "Platforms/Linux/SystemCalls.hpp"
 #include "ZorbelKit/Utf8.hpp"
 
 #include <dirent.h>
@@ -41,24 +42,14 @@ constexpr std::chrono::seconds settling{
     55}; // the second sample after half a minute, whatever the timer's slack
 constexpr std::chrono::minutes longestPause{5};
 
-template <class Call>
-auto retriedWhenInterrupted(Call call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
-
 /// The beginning of a file; empty where it cannot be read.
 std::string_view readFile(int folder, const char* path, std::span<char> buffer) {
-    const int descriptor = retriedWhenInterrupted(
-        [&] { return ::openat(folder, path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); });
+    const int descriptor =
+        retried([&] { return ::openat(folder, path, O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY); });
     if (descriptor < 0) {
         return {};
     }
-    const ssize_t length =
-        retriedWhenInterrupted([&] { return ::read(descriptor, buffer.data(), buffer.size()); });
+    const ssize_t length = retried([&] { return ::read(descriptor, buffer.data(), buffer.size()); });
     ::close(descriptor);
     return {buffer.data(), static_cast<std::size_t>(std::max<ssize_t>(length, 0))};
 }

@@ -43,11 +43,10 @@ WalkItem walkItem(const std::string& root, const OrderedItem& found) {
 
 std::optional<std::vector<std::filesystem::path>>
 DirectoryWalker::entries(const std::filesystem::path& folder, Hidden hidden) const {
-    const OpenFolder open = openPath(folder);
+    const FileHandle open = openPath(folder);
     const auto dotted =
         hidden == Hidden::include ? FolderReader::Dotted::include : FolderReader::Dotted::skip;
-    const auto found =
-        open ? FolderReader().namesAfter("", open.number(), mostEntries, dotted) : std::nullopt;
+    const auto found = open ? FolderReader().namesAfter("", open.get(), mostEntries, dotted) : std::nullopt;
     return found ? std::optional(std::vector<std::filesystem::path>(found->names.begin(), found->names.end()))
                  : std::nullopt;
 }
@@ -68,17 +67,18 @@ bool DirectoryWalker::walk(const std::filesystem::path& folder, Packages package
     while (root.ends_with('/')) {
         root.pop_back();
     }
-    return walkInOrder(folder, [&](const OrderedItem& item) {
+    const auto show = [&](const OrderedItem& item) {
         if (!visit(walkItem(root, item))) {
             return Step::stop;
         }
         return packages == Packages::skip && isPackage(item.name) ? Step::pass : Step::enter;
-    });
+    };
+    return walkInOrder(folder, show, isStopped_);
 }
 
 std::vector<std::optional<std::int64_t>>
 DirectoryWalker::sizesBelow(const std::vector<std::filesystem::path>& folders, std::int64_t most) const {
-    return sumSizes(folders, most);
+    return sumSizes(folders, most, isStopped_);
 }
 
 } // namespace Linux

@@ -2,6 +2,8 @@
 
 #include "Duvesk/FileWalker.hpp"
 
+#include <atomic>
+
 namespace Linux {
 
 /// Walks by descriptors, so that neither long paths nor renames above are in its way. A folder belongs to
@@ -17,6 +19,12 @@ public:
               const std::function<bool(const Duvesk::WalkItem&)>& visit) const override;
     std::vector<std::optional<std::int64_t>> sizesBelow(const std::vector<std::filesystem::path>& folders,
                                                         std::int64_t most) const override;
+
+    /// For the end of the program: walks under way, and any that begin later, end with what they have.
+    void stop() { isStopped_ = true; }
+
+private:
+    std::atomic<bool> isStopped_ = false;
 };
 
 } // namespace Linux

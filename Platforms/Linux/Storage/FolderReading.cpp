@@ -1,5 +1,7 @@
 #include "Platforms/Linux/Storage/FolderReading.hpp"
 
+#include "Platforms/Linux/SystemCalls.hpp"
+
 #include <dirent.h>
 #include <fcntl.h>
 #include <linux/magic.h>
@@ -26,15 +28,6 @@ constexpr std::array<std::uint32_t, 22> foreignFileSystems{
     PROC_SUPER_MAGIC, SYSFS_MAGIC,     CGROUP_SUPER_MAGIC, CGROUP2_SUPER_MAGIC, DEVPTS_SUPER_MAGIC,
     DEBUGFS_MAGIC,    TRACEFS_MAGIC,   SECURITYFS_MAGIC,   BPF_FS_MAGIC,        EFIVARFS_MAGIC,
     PSTOREFS_MAGIC,   BINFMTFS_MAGIC};
-
-template <class Call>
-auto retried(Call call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
 
 ItemKind kindOfMode(unsigned int mode) {
     switch (mode & S_IFMT) {
@@ -93,8 +86,8 @@ std::optional<ItemStatus> statusOf(int folder, const char* name, int flags) {
                       .mount = {hasMount ? std::uint64_t{status.stx_mnt_id} : device}};
 }
 
-OpenFolder opened(int folder, const char* name, int flags) {
-    return OpenFolder(retried([&] { return ::openat(folder, name, flags | O_CLOEXEC); }));
+FileHandle opened(int folder, const char* name, int flags) {
+    return FileHandle(retried([&] { return ::openat(folder, name, flags | O_CLOEXEC); }));
 }
 
 /// A path as system calls take it, however long it is: a folder and what is left below that.
@@ -120,17 +113,17 @@ public:
         }
     }
 
-    int folder() const { return start_ ? start_.number() : AT_FDCWD; }
+    int folder() const { return start_ ? start_.get() : AT_FDCWD; }
     const char* name() const { return rest_.c_str(); } // empty where there is no such path
 
 private:
-    OpenFolder start_;
+    FileHandle start_;
     std::string rest_;
 };
 
-bool isForeign(const OpenFolder& folder) {
+bool isForeign(const FileHandle& folder) {
     struct statfs status {};
-    return retried([&] { return ::fstatfs(folder.number(), &status); }) != 0 ||
+    return retried([&] { return ::fstatfs(folder.get(), &status); }) != 0 ||
            std::ranges::find(foreignFileSystems, static_cast<std::uint32_t>(status.f_type)) !=
                foreignFileSystems.end();
 }
@@ -145,18 +138,12 @@ void keepFirst(std::vector<std::string>& names, std::size_t most) {
 
 } // namespace
 
-OpenFolder::~OpenFolder() {
-    if (number_ >= 0) {
-        ::close(number_);
-    }
-}
-
 std::optional<ItemStatus> look(int folder, const char* name) {
     return statusOf(folder, name, 0);
 }
 
-std::optional<ItemStatus> look(const OpenFolder& item) {
-    return statusOf(item.number(), "", AT_EMPTY_PATH);
+std::optional<ItemStatus> look(const FileHandle& item) {
+    return statusOf(item.get(), "", AT_EMPTY_PATH);
 }
 
 std::optional<ItemStatus> look(const std::filesystem::path& path) {
@@ -164,18 +151,18 @@ std::optional<ItemStatus> look(const std::filesystem::path& path) {
     return look(reach.folder(), reach.name());
 }
 
-OpenFolder openBelow(int folder, const char* name) {
+FileHandle openBelow(int folder, const char* name) {
     return opened(folder, name, O_RDONLY | O_DIRECTORY | O_NOFOLLOW);
 }
 
-OpenFolder openPath(const std::filesystem::path& path) {
+FileHandle openPath(const std::filesystem::path& path) {
     const Reach reach(path);
     return openBelow(reach.folder(), reach.name());
 }
 
 std::optional<WalkRoot> openRoot(const std::filesystem::path& path) {
     const Reach reach(path);
-    const OpenFolder item = opened(reach.folder(), reach.name(), O_PATH | O_NOFOLLOW); // mounts nothing
+    const FileHandle item = opened(reach.folder(), reach.name(), O_PATH | O_NOFOLLOW); // mounts nothing
     const auto status = item ? look(item) : std::nullopt;
     if (!status) {
         return std::nullopt;
@@ -186,7 +173,7 @@ std::optional<WalkRoot> openRoot(const std::filesystem::path& path) {
     if (isForeign(item)) {
         return std::nullopt;
     }
-    WalkRoot root{.status = *status, .folder = openBelow(item.number(), ".")};
+    WalkRoot root{.status = *status, .folder = openBelow(item.get(), ".")};
     return root.folder ? std::optional(std::move(root)) : std::nullopt;
 }
 

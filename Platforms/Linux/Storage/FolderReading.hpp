@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platforms/Linux/FileHandle.hpp"
 #include "ZorbelKit/Time.hpp"
 
 #include <cstddef>
@@ -14,27 +15,6 @@
 #include <vector>
 
 namespace Linux {
-
-/// The descriptor of a folder, or of whatever a path leads to; closed when its owner goes.
-class OpenFolder {
-public:
-    OpenFolder() = default;
-    explicit OpenFolder(int number)
-        : number_(number) {}
-    OpenFolder(OpenFolder&& other) noexcept
-        : number_(std::exchange(other.number_, -1)) {}
-    OpenFolder& operator=(OpenFolder&& other) noexcept {
-        std::swap(number_, other.number_);
-        return *this;
-    }
-    ~OpenFolder();
-
-    int number() const { return number_; }
-    explicit operator bool() const { return number_ >= 0; }
-
-private:
-    int number_ = -1;
-};
 
 /// What something in a folder is, itself and not where it leads. A pipe, a socket or a device is `other`.
 enum class ItemKind { unknown, folder, file, link, other };
@@ -65,17 +45,17 @@ struct ItemStatus {
 
 /// None where it is gone or may not be looked at. Mounts nothing.
 std::optional<ItemStatus> look(int folder, const char* name);
-std::optional<ItemStatus> look(const OpenFolder& item);
+std::optional<ItemStatus> look(const FileHandle& item);
 std::optional<ItemStatus> look(const std::filesystem::path& path);
 
 /// Opens a folder for reading; nothing where there is none, or a link.
-OpenFolder openBelow(int folder, const char* name);
-OpenFolder openPath(const std::filesystem::path& path);
+FileHandle openBelow(int folder, const char* name);
+FileHandle openPath(const std::filesystem::path& path);
 
 /// Where a walk begins.
 struct WalkRoot {
     ItemStatus status;
-    OpenFolder folder; // none where it is no folder
+    FileHandle folder; // none where it is no folder
 };
 
 /// None where nothing can be read, and where reading could take for ever or has no end: on file systems of

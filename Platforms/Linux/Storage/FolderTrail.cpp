@@ -73,7 +73,7 @@ std::optional<int> FolderTrail::enter(const std::string& name) {
     if (!status || status->kind != ItemKind::folder || status->mount != mount_) {
         return std::nullopt;
     }
-    OpenFolder folder = openBelow(*above, name.c_str());
+    FileHandle folder = openBelow(*above, name.c_str());
     if (!folder) {
         return std::nullopt;
     }
@@ -81,7 +81,7 @@ std::optional<int> FolderTrail::enter(const std::string& name) {
     path_ += name;
     levels_.push_back({.folder = nullptr, .file = status->file, .pathLength = path_.size(), .waiting = {}});
     keepOpen(std::move(folder), levels_.size() - 1);
-    return levels_.back().folder->number();
+    return levels_.back().folder->get();
 }
 
 void FolderTrail::leave() {
@@ -95,19 +95,19 @@ std::optional<int> FolderTrail::reopened() {
         --level;
     }
     while (++level < levels_.size()) {
-        OpenFolder folder = openBelow(levels_[level - 1].folder->number(), nameOf(level).c_str());
+        FileHandle folder = openBelow(levels_[level - 1].folder->get(), nameOf(level).c_str());
         const auto status = folder ? look(folder) : std::nullopt;
         if (!status || status->file != levels_[level].file) {
             return std::nullopt;
         }
         keepOpen(std::move(folder), level);
     }
-    return levels_.back().folder->number();
+    return levels_.back().folder->get();
 }
 
 /// Gives a level its descriptor, and closes the one that is far enough above it.
-void FolderTrail::keepOpen(OpenFolder folder, std::size_t level) {
-    levels_[level].folder = std::make_shared<const OpenFolder>(std::move(folder));
+void FolderTrail::keepOpen(FileHandle folder, std::size_t level) {
+    levels_[level].folder = std::make_shared<const FileHandle>(std::move(folder));
     if (level >= openLevels && (level - openLevels) % milestone != 0) {
         levels_[level - openLevels].folder.reset();
     }

@@ -17,7 +17,7 @@ class FolderTrail {
 public:
     /// Some of the folders that lie in another one.
     struct Branch {
-        std::shared_ptr<const OpenFolder> folder;
+        std::shared_ptr<const FileHandle> folder;
         std::vector<std::string> names;
         std::size_t depth = 0; // levels below the root of the walk
     };
@@ -40,7 +40,7 @@ public:
 
 private:
     struct Level {
-        std::shared_ptr<const OpenFolder> folder; // none where it was closed on the way
+        std::shared_ptr<const FileHandle> folder; // none where it was closed on the way
         FileNumber file;
         std::size_t pathLength = 0; // of `path_` down to this level
         std::vector<std::string> waiting;
@@ -50,7 +50,7 @@ private:
     void leave();
     /// The descriptor of the lowest level; none where it cannot be reached any more.
     std::optional<int> reopened();
-    void keepOpen(OpenFolder folder, std::size_t level);
+    void keepOpen(FileHandle folder, std::size_t level);
     std::string nameOf(std::size_t level) const;
 
     Mount mount_;

@@ -13,6 +13,8 @@
 #include <QStringList>
 #include <QUrl>
 
+#include <atomic>
+#include <chrono>
 #include <string>
 #include <utility>
 
@@ -34,21 +36,42 @@ void openFolder(const std::filesystem::path& folder) {
 
 } // namespace
 
-LinuxFileManager::LinuxFileManager(ZorbelKit::MainLoop& loop, Trash trash)
+/// The program may quit while thousands of items are on their way: it does not wait for all of them.
+class LinuxFileManager::Ending {
+public:
+    explicit Ending(std::chrono::milliseconds patience)
+        : patience_(patience) {}
+
+    void begin() { end_ = (Clock::now() + patience_).time_since_epoch().count(); }
+    bool isOver() const { return end_ != never && Clock::now().time_since_epoch().count() >= end_; }
+
+private:
+    using Clock = std::chrono::steady_clock;
+    static constexpr Clock::rep never = 0;
+
+    const std::chrono::milliseconds patience_;
+    std::atomic<Clock::rep> end_ = never;
+};
+
+LinuxFileManager::LinuxFileManager(ZorbelKit::MainLoop& loop, Trash trash, std::chrono::milliseconds patience)
     : loop_(loop)
     , trash_(std::make_shared<const Trash>(std::move(trash)))
+    , ending_(std::make_shared<Ending>(patience))
     , questions_(std::make_unique<QObject>()) {
 }
 
-LinuxFileManager::~LinuxFileManager() = default;
+LinuxFileManager::~LinuxFileManager() {
+    ending_->begin();
+}
 
 void LinuxFileManager::recycle(std::vector<std::filesystem::path> paths,
                                std::function<void(std::vector<std::filesystem::path> moved)> done) {
-    loop_.background(ZorbelKit::Priority::userInitiated,
-                     [trash = trash_, paths = std::move(paths), done = std::move(done)]() mutable {
-                         std::erase_if(paths, [&](const auto& path) { return !trash->move(path); });
-                         done(std::move(paths));
-                     });
+    loop_.background(
+        ZorbelKit::Priority::userInitiated,
+        [trash = trash_, ending = ending_, paths = std::move(paths), done = std::move(done)]() mutable {
+            std::erase_if(paths, [&](const auto& path) { return ending->isOver() || !trash->move(path); });
+            done(std::move(paths));
+        });
 }
 
 void LinuxFileManager::activateFileViewerSelecting(std::vector<std::filesystem::path> paths) {

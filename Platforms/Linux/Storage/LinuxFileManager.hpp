@@ -4,6 +4,7 @@
 #include "ZorbelKit/Forward.hpp"
 #include "ZorbelKit/Host/FileManager.hpp"
 
+#include <chrono>
 #include <memory>
 
 class QObject;
@@ -14,7 +15,9 @@ namespace Linux {
 /// without one the folder is opened by whatever opens folders. Main thread only.
 class LinuxFileManager : public ZorbelKit::FileManager {
 public:
-    LinuxFileManager(ZorbelKit::MainLoop& loop, Trash trash);
+    /// `patience`: how long after its end it goes on moving; what is left then stays where it is.
+    LinuxFileManager(ZorbelKit::MainLoop& loop, Trash trash,
+                     std::chrono::milliseconds patience = std::chrono::seconds(1));
     ~LinuxFileManager() override;
 
     void recycle(std::vector<std::filesystem::path> paths,
@@ -22,8 +25,12 @@ public:
     void activateFileViewerSelecting(std::vector<std::filesystem::path> paths) override;
 
 private:
+    class Ending;
+
     ZorbelKit::MainLoop& loop_;
-    std::shared_ptr<const Trash> trash_; // a move may outlive the file manager
+    // A move may outlive the file manager.
+    std::shared_ptr<const Trash> trash_;
+    std::shared_ptr<Ending> ending_;
     std::unique_ptr<QObject> questions_; // the parent of all that are unanswered
 };
 

@@ -20,9 +20,9 @@ public:
         , mount_(mount)
         , visit_(visit) {}
 
-    void run(int top) {
+    void run(int top, const std::atomic<bool>& isStopped) {
         std::optional<int> folder = top;
-        while (folder && showFolder(*folder)) {
+        while (folder && !isStopped && showFolder(*folder)) {
             folder = trail_.enterNext();
         }
     }
@@ -68,14 +68,15 @@ private:
 
 } // namespace
 
-bool walkInOrder(const std::filesystem::path& root, const std::function<Step(const OrderedItem&)>& visit) {
+bool walkInOrder(const std::filesystem::path& root, const std::function<Step(const OrderedItem&)>& visit,
+                 const std::atomic<bool>& isStopped) {
     auto start = openRoot(root);
     if (!start || !start->folder) {
         return false;
     }
-    const int top = start->folder.number();
-    const auto folder = std::make_shared<const OpenFolder>(std::move(start->folder));
-    OrderedWalk({.folder = folder, .names = {}, .depth = 0}, start->status.mount, visit).run(top);
+    const int top = start->folder.get();
+    const auto folder = std::make_shared<const FileHandle>(std::move(start->folder));
+    OrderedWalk({.folder = folder, .names = {}, .depth = 0}, start->status.mount, visit).run(top, isStopped);
     return true;
 }
 

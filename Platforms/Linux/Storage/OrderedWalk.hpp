@@ -2,6 +2,7 @@
 
 #include "Platforms/Linux/Storage/FolderReading.hpp"
 
+#include <atomic>
 #include <filesystem>
 #include <functional>
 #include <optional>
@@ -19,7 +20,9 @@ struct OrderedItem {
 };
 
 /// Shows everything below a folder that is not hidden: what lies in a folder in the order of the names'
-/// bytes, then what lies in the first folder there, and so on. False where it cannot be walked.
-bool walkInOrder(const std::filesystem::path& root, const std::function<Step(const OrderedItem&)>& visit);
+/// bytes, then what lies in the first folder there, and so on. False where it cannot be walked. Over at the
+/// next folder once `isStopped`.
+bool walkInOrder(const std::filesystem::path& root, const std::function<Step(const OrderedItem&)>& visit,
+                 const std::atomic<bool>& isStopped);
 
 } // namespace Linux

@@ -96,10 +96,11 @@ private:
     std::int64_t items_ = 0;
 };
 
-std::optional<std::int64_t> sumInOrder(const std::filesystem::path& folder, std::int64_t most) {
+std::optional<std::int64_t> sumInOrder(const std::filesystem::path& folder, std::int64_t most,
+                                       const std::atomic<bool>& isStopped) {
     std::int64_t bytes = 0;
     std::int64_t items = 0;
-    const bool isWalked = walkInOrder(folder, [&](const OrderedItem& item) {
+    const auto add = [&](const OrderedItem& item) {
         if (++items > most) {
             return Step::stop;
         }
@@ -107,7 +108,8 @@ std::optional<std::int64_t> sumInOrder(const std::filesystem::path& folder, std:
             bytes = checked::saturatingAdd(bytes, item.status->size);
         }
         return Step::enter;
-    });
+    };
+    const bool isWalked = walkInOrder(folder, add, isStopped);
     return isWalked ? std::optional(bytes) : std::nullopt;
 }
 
@@ -115,9 +117,11 @@ std::optional<std::int64_t> sumInOrder(const std::filesystem::path& folder, std:
 /// has nothing left is given a part of another's.
 class Crew {
 public:
-    Crew(const std::vector<std::filesystem::path>& folders, std::int64_t most)
+    Crew(const std::vector<std::filesystem::path>& folders, std::int64_t most,
+         const std::atomic<bool>& isStopped)
         : folders_(folders)
         , most_(most)
+        , isStopped_(isStopped)
         , trees_(folders.size())
         , sizes_(folders.size()) {}
 
@@ -159,7 +163,7 @@ private:
         for (std::size_t index = nextResult_++; index < trees_.size(); index = nextResult_++) {
             const Tree& tree = trees_[index];
             if (tree.items > most_) {
-                sizes_[index] = sumInOrder(folders_[index], most_);
+                sizes_[index] = sumInOrder(folders_[index], most_, isStopped_);
             } else if (tree.isReadable) {
                 sizes_[index] = tree.bytes;
             }
@@ -197,18 +201,18 @@ private:
         }
         tree.mount = root->status.mount;
         return {.tree = &tree,
-                .branch = {.folder = std::make_shared<const OpenFolder>(std::move(root->folder)),
+                .branch = {.folder = std::make_shared<const FileHandle>(std::move(root->folder)),
                            .names = {},
                            .depth = 0},
                 .isTop = true};
     }
 
     void sum(Task task, FolderReader& reader) {
-        const int top = task.branch.folder->number();
+        const int top = task.branch.folder->get();
         BranchSum branch(*task.tree, most_, reader);
         FolderTrail trail(std::move(task.branch), task.tree->mount);
         std::optional<int> folder = task.isTop ? std::optional(top) : trail.enterNext();
-        while (folder && branch.read(*folder, trail.waiting())) {
+        while (folder && !isStopped_ && branch.read(*folder, trail.waiting())) {
             offerPart(*task.tree, trail);
             folder = trail.enterNext();
         }
@@ -230,6 +234,7 @@ private:
 
     const std::vector<std::filesystem::path>& folders_;
     const std::int64_t most_;
+    const std::atomic<bool>& isStopped_;
     std::vector<Tree> trees_; // one for each folder, as are the sizes
     Sizes sizes_;             // each written by one thread
     std::atomic<std::size_t> nextTree_ = 0;
@@ -244,8 +249,8 @@ private:
 } // namespace
 
 std::vector<std::optional<std::int64_t>> sumSizes(const std::vector<std::filesystem::path>& folders,
-                                                  std::int64_t most) {
-    return Crew(folders, most).run();
+                                                  std::int64_t most, const std::atomic<bool>& isStopped) {
+    return Crew(folders, most, isStopped).run();
 }
 
 } // namespace Linux

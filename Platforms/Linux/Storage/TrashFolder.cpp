@@ -1,6 +1,7 @@
 #include "Platforms/Linux/Storage/TrashFolder.hpp"
 
 #include "Platforms/Linux/Storage/TrashNames.hpp"
+#include "Platforms/Linux/SystemCalls.hpp"
 
 #include <fcntl.h>
 #include <linux/magic.h>
@@ -49,26 +50,10 @@ bool isOfUser(const FileHandle& folder) {
     return status && (status->owner == ::geteuid() || !knowsOwners(folder));
 }
 
-bool write(const FileHandle& file, std::string_view text) {
-    while (!text.empty()) {
-        const ssize_t written = ::write(file.get(), text.data(), text.size());
-        if (written >= 0) {
-            text.remove_prefix(static_cast<std::size_t>(written));
-        } else if (errno != EINTR) {
-            return false;
-        }
-    }
-    return true;
-}
-
 /// To the disk; file systems that know of no such thing are taken as they are.
 bool sync(const FileHandle& file) {
-    while (::fsync(file.get()) != 0) {
-        if (errno != EINTR) {
-            return errno == EINVAL || errno == EOPNOTSUPP || errno == ENOSYS;
-        }
-    }
-    return true;
+    return retried([&] { return ::fsync(file.get()); }) == 0 || errno == EINVAL || errno == EOPNOTSUPP ||
+           errno == ENOSYS;
 }
 
 /// Renames without replacing anything; the number of the error, or 0.
@@ -151,7 +136,7 @@ int TrashFolder::tryToTake(const TrashItem& item, std::string_view place, const 
     if (!info) {
         return errno;
     }
-    const bool isWritten = write(info, trashInfo(place, std::time(nullptr))) && sync(info);
+    const bool isWritten = writeWhole(info.get(), trashInfo(place, std::time(nullptr))) && sync(info);
     const int error = isWritten ? rename(item.folder.get(), item.name, files_.get(), name) : EIO;
     if (error != 0) {
         ::unlinkat(info_.get(), infoName.c_str(), 0);

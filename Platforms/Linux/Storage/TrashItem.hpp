@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Platforms/Linux/Storage/FileHandle.hpp"
+#include "Platforms/Linux/FileHandle.hpp"
 #include "Platforms/Linux/Storage/FileStatus.hpp"
 
 #include <filesystem>

@@ -9,6 +9,7 @@ namespace Linux {
 /// An open file or folder, closed with this object.
 class FileHandle {
 public:
+    FileHandle() = default;
     explicit FileHandle(int descriptor) // negative where nothing could be opened
         : descriptor_(descriptor) {}
     FileHandle(FileHandle&& other) noexcept
@@ -27,7 +28,7 @@ public:
     int get() const { return descriptor_; }
 
 private:
-    int descriptor_;
+    int descriptor_ = -1;
 };
 
 } // namespace Linux
