@@ -22,6 +22,15 @@ bool isPipeWire() {
     return result;
 }
 
+void resetSound() {
+    pactl({"set-default-sink", "speakers"});
+    pactl({"set-default-source", "mic"});
+    for (const char* sink : {"speakers", "headset"}) {
+        pactl({"set-sink-mute", sink, "0"});
+        pactl({"set-sink-volume", sink, "100%"});
+    }
+}
+
 SoundModule::SoundModule(std::vector<std::string> arguments) {
     arguments.insert(arguments.begin(), "load-module");
     number_ = pactl(arguments);

@@ -14,6 +14,9 @@ std::string pactl(std::vector<std::string> arguments, const Program::Environment
 /// Whether the session's sound server is PipeWire's.
 bool isPipeWire();
 
+/// The session's devices as they began: the speakers and the microphone in use, all at 100 % and to be heard.
+void resetSound();
+
 /// A module of the session's server, unloaded at the end.
 class SoundModule {
 public:

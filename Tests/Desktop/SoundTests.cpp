@@ -122,12 +122,7 @@ double usualTime(const std::function<void()>& calls) {
 class Sound : public testing::Test {
 protected:
     void SetUp() override {
-        pactl({"set-default-sink", "speakers"});
-        pactl({"set-default-source", "mic"});
-        for (const char* sink : {"speakers", "headset"}) {
-            pactl({"set-sink-mute", sink, "0"});
-            pactl({"set-sink-volume", sink, "100%"});
-        }
+        resetSound();
         ASSERT_TRUE(until([&] { return find(hardware, "Test Speakers") != noDevice; }));
         speakers = find(hardware, "Test Speakers");
         headset = find(hardware, "Test Headset");

@@ -56,12 +56,7 @@ protected:
     Tonvik() { choose("tonvik"); }
 
     void SetUp() override {
-        pactl({"set-default-sink", "speakers"});
-        pactl({"set-default-source", "mic"});
-        for (const char* sink : {"speakers", "headset"}) {
-            pactl({"set-sink-mute", sink, "0"});
-            pactl({"set-sink-volume", sink, "100%"});
-        }
+        resetSound();
         ASSERT_TRUE(until([] { return pactl({"get-default-sink"}) == "speakers"; }));
     }
 

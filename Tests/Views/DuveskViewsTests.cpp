@@ -5,7 +5,7 @@
 #include "Duvesk/TabViews.hpp"
 #include "Platforms/Simulated/SimulatedHost.hpp"
 #include "Platforms/Simulated/SimulatedSuite.hpp"
-#include "Tests/Views/ViewTests.hpp"
+#include "Tests/Views/SpiceViewTest.hpp"
 #include "Zorbel/Blend.hpp"
 #include "Zorbel/DashboardView.hpp"
 #include "ZorbelKit/Controls/Glide.hpp"
@@ -43,7 +43,6 @@ using ZorbelKit::Symbol;
 
 constexpr QSize pageSize(635, 480);
 constexpr QSize smallestPage(515, 424);
-constexpr int sectionWidth = 300; // the panel's 328 points less 14 on each side
 constexpr std::int64_t megabyte = 1'000'000;
 
 constexpr const char* nothingYet = "Nothing scanned yet.";
@@ -136,48 +135,18 @@ private:
     Simulated::SimulatedHost& host_;
 };
 
-class DuveskViewsTest : public ::testing::Test {
+class DuveskViewsTest : public SpiceViewTest {
 protected:
     DuveskViewsTest() {
-        paintGround(ZorbelKit::stall);
         spice.setEnabled(true);
         spice.steep();
     }
 
-    ~DuveskViewsTest() override {
-        ZorbelKit::setMotionReduced(true);
-        if (ground.isVisible()) {
-            pointAt(ground, {1, ground.height() - 2}); // where no row of the next test is
-        }
-    }
+    ~DuveskViewsTest() override { ZorbelKit::setMotionReduced(true); }
 
-    void paintGround(const ZorbelKit::Color& colour) {
-        QPalette colours = ground.palette();
-        colours.setColor(QPalette::Window, ZorbelKit::qColor(colour));
-        ground.setPalette(colours);
-    }
-
-    DuveskPanel& openPanel(QSize size = pageSize) {
-        auto* opened = new DuveskPanel(spice, &ground);
-        opened->setGeometry({QPoint(24, 24), size});
-        open(size);
-        return *opened;
-    }
-
+    DuveskPanel& openPanel(QSize size = pageSize) { return openPage(new DuveskPanel(spice, &ground), size); }
     DuveskMenuSection& openSection() {
-        paintGround(ZorbelKit::kettle);
-        auto* opened = new DuveskMenuSection(spice, &ground);
-        opened->setGeometry(14, 14, sectionWidth, opened->sizeHint().height());
-        show(ground, {sectionWidth + 28, opened->height() + 28});
-        ground.activateWindow();
-        settle();
-        return *opened;
-    }
-
-    void open(QSize size) {
-        show(ground, {size.width() + 48, size.height() + 48});
-        ground.activateWindow();
-        settle();
+        return SpiceViewTest::openSection(new DuveskMenuSection(spice, &ground));
     }
 
     void finishScan() {
@@ -220,23 +189,10 @@ protected:
         settle();
     }
 
-    void pointAt(QWidget& widget, QPoint at = {}) {
-        QTest::mouseMove(&widget, at.isNull() ? widget.rect().center() : at);
-        settle();
-    }
-
-    void press(Qt::Key key, Qt::KeyboardModifiers modifiers = Qt::NoModifier) {
-        QTest::keyClick(ground.focusWidget(), key, modifiers);
-        settle();
-    }
-
-    QString focused() const { return ground.focusWidget() ? ground.focusWidget()->accessibleName() : ""; }
-
     Simulated::SimulatedHost host;
     Disk disk{host};
     DuveskSpice spice{host.loop, host.clock, host.fileManager,
                       std::make_shared<const Scanner>(host.files, host.files)};
-    QWidget ground;
 };
 
 TEST(DuveskTexts, ATitleIsTheNameOnOneLine) {
@@ -740,7 +696,7 @@ TEST_F(DuveskViewsTest, FiveThousandFindingsAreAFewWidgets) {
     bar->setValue(bar->maximum());
     settle();
     EXPECT_EQ(titlesIn(panel).back(), "file 5000");
-    savePicture(ground, "duvesk-panel-endless");
+    savePage("duvesk-panel-endless");
 }
 
 TEST_F(DuveskViewsTest, FiveThousandFindingsScrollAndTickAtOnce) {
@@ -795,7 +751,7 @@ TEST_F(DuveskViewsTest, NamesOfAllKindsStayOnTheirLine) {
         EXPECT_LT(part<LineText>(*row).geometry().right(), size.x());
         EXPECT_GE(size.x(), 0);
     }
-    savePicture(ground, "duvesk-panel-hostile");
+    savePage("duvesk-panel-hostile");
     click(*rowsIn(panel).at(6), "Show in Finder");
     EXPECT_EQ(host.fileManager.revealed.front().front(), "/home/Downloads/caf\xE9 \xFF\xFE.iso")
         << "the name goes out byte for byte";
@@ -862,7 +818,7 @@ TEST_F(DuveskViewsTest, TheSmallestPageHasRoomForAllOfIt) {
     for (const QLabel* label : parts<QLabel>(part<TabRow>(panel))) {
         EXPECT_GE(label->width(), label->sizeHint().width()) << label->text().toStdString();
     }
-    savePicture(ground, "duvesk-panel-smallest");
+    savePage("duvesk-panel-smallest");
 }
 
 TEST_F(DuveskViewsTest, AHiddenPanelListensToNothing) {
@@ -934,39 +890,39 @@ TEST_F(DuveskViewsTest, TheMenuSectionIsScannedByTheKeyboard) {
 
 TEST_F(DuveskViewsTest, Pictures) {
     const DuveskPanel& panel = openPanel();
-    savePicture(ground, "duvesk-panel-before");
+    savePage("duvesk-panel-before");
     pointAt(*button(panel, "Scan this Mac"));
     click(panel, "Scan this Mac");
     pointAt(ground, {2, 2});
-    savePicture(ground, "duvesk-panel-scanning");
+    savePage("duvesk-panel-scanning");
     disk.fill();
     finishScan();
     scan();
-    savePicture(ground, "duvesk-panel");
+    savePage("duvesk-panel");
     pointAt(*rowsIn(panel).at(1), {200, 10});
     clickTick(*rowsIn(panel).at(2));
     press(Qt::Key_Down);
     pointAt(*rowsIn(panel).at(1), {200, 10});
-    savePicture(ground, "duvesk-panel-hover-and-keyboard");
+    savePage("duvesk-panel-hover-and-keyboard");
     pointAt(part<Tab>(panel, 2));
     part<Tab>(panel, 0).setFocus(Qt::TabFocusReason);
     press(Qt::Key_Right);
-    savePicture(ground, "duvesk-panel-tab");
+    savePage("duvesk-panel-tab");
     part<Tab>(panel, 0).click();
     pointAt(ground, {2, 2});
     click(panel, "Select none");
-    savePicture(ground, "duvesk-panel-none");
+    savePage("duvesk-panel-none");
     clickTick(*rowsIn(panel).at(1));
     clickTick(*rowsIn(panel).at(3));
     click(panel, "Move to Trash");
     finishMove();
     pointAt(ground, {2, 2});
-    savePicture(ground, "duvesk-panel-moved");
+    savePage("duvesk-panel-moved");
     EXPECT_TRUE(showsText(panel, "Moved 5.38 GB to the Trash"));
     click(panel, "Select all");
     click(panel, "Move to Trash");
     finishMove();
-    savePicture(ground, "duvesk-panel-all-moved");
+    savePage("duvesk-panel-all-moved");
 }
 
 TEST_F(DuveskViewsTest, PictureOfATabWithNothingInIt) {
@@ -975,7 +931,7 @@ TEST_F(DuveskViewsTest, PictureOfATabWithNothingInIt) {
     scan();
     part<Tab>(panel, 2).click();
     settle();
-    savePicture(ground, "duvesk-panel-empty-tab");
+    savePage("duvesk-panel-empty-tab");
 }
 
 TEST_F(DuveskViewsTest, PicturesOfTheMenuSection) {

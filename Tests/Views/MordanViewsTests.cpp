@@ -149,15 +149,7 @@ protected:
         pass();
     }
 
-    MordanPanel& openPanel(QSize size = pageSize) {
-        auto* opened = new MordanPanel(spice, &ground);
-        opened->setGeometry(QRect(QPoint(0, 0), size));
-        show(ground, size);
-        ground.activateWindow();
-        settle();
-        return *opened;
-    }
-
+    MordanPanel& openPanel(QSize size = pageSize) { return openPage(new MordanPanel(spice, &ground), size); }
     MordanMenuSection& openSection() {
         return SpiceViewTest::openSection(new MordanMenuSection(spice, &ground));
     }

@@ -44,7 +44,7 @@ void SpiceViewTest::open(QWidget* page, int width) {
 void SpiceViewTest::fitPage(int width) {
     for (int round = 0; round < 2; ++round) { // texts break otherwise in another width
         settle();
-        page_->setGeometry(0, 0, width, heightOf(*page_, width));
+        page_->setGeometry(QRect(QPoint(), size_.value_or(QSize(width, heightOf(*page_, width)))));
         ground.resize(page_->size());
     }
     settle();

@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <optional>
 
 namespace Views {
 
@@ -29,6 +30,13 @@ protected:
         return *page;
     }
     void fitPage(int width = pageWidth);
+
+    /// The same of a page that fills the dashboard, whatever its size.
+    template <class Page>
+    Page& openPage(Page* page, QSize size) {
+        size_ = size;
+        return openPage(page, size.width());
+    }
 
     /// Stands out of the page on all sides, for a picture.
     void savePage(const QString& name, int width = pageWidth);
@@ -53,6 +61,7 @@ private:
 
     std::unique_ptr<QWidget> stage_ = std::make_unique<QWidget>();
     QWidget* page_ = nullptr;
+    std::optional<QSize> size_; // of a page that takes what it is given
     ZorbelKit::LiveView* section_ = nullptr;
 
 protected:
