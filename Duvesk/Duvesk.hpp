@@ -20,6 +20,8 @@ namespace Duvesk {
 /// scans and moves are asked for. Nothing is stored. Main thread only.
 class DuveskSpice : public ZorbelKit::Spice {
 public:
+    static constexpr std::int64_t largeFileFloor = Scanner::largeFileFloor; // a large file has more bytes
+
     DuveskSpice(ZorbelKit::MainLoop& loop, const ZorbelKit::Clock& clock, ZorbelKit::FileManager& files,
                 std::shared_ptr<const Scanner> scanner);
 

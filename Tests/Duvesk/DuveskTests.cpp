@@ -81,6 +81,7 @@ struct Desk {
 
 TEST(Duvesk, KnowsItsNames) {
     const Desk desk;
+    EXPECT_EQ(DuveskSpice::largeFileFloor, 100 * 1024 * 1024);
     EXPECT_EQ(desk.duvesk.id(), "duvesk");
     EXPECT_EQ(desk.duvesk.name(), "Duvesk");
     EXPECT_EQ(desk.duvesk.role(), "Storage & Uninstall");
