@@ -43,12 +43,6 @@ constexpr double emptyIcon = 48;
 
 enum State { listed, empty }; // as places in the stack
 
-QString toolTipText(const Finding& finding) {
-    // A path shows as it is: the tool tip would read marks of its own in it.
-    return QStringLiteral("<div style='white-space:pre-wrap'>%1</div>")
-        .arg(qString(tipText(finding)).toHtmlEscaped());
-}
-
 } // namespace
 
 FindingRow::FindingRow(DuveskSpice& spice, QWidget* parent)
@@ -85,7 +79,7 @@ void FindingRow::bind(const Finding& finding) {
     if (const QString detail = qString(detailText(finding)); accessibleDescription() != detail) {
         setAccessibleDescription(detail);
     }
-    if (const QString tip = toolTipText(finding); toolTip() != tip) {
+    if (const QString tip = toolTipText(tipText(finding)); toolTip() != tip) {
         setToolTip(tip);
     }
     arrange();

@@ -255,9 +255,8 @@ void WoundRow::write() {
     if (accessibleDescription() != origin) {
         setAccessibleDescription(origin);
     }
-    // What was copied shows as it was typed: the tool tip would read marks of its own in it.
-    const QString tip = QStringLiteral("<div style='white-space:pre-wrap'>%1</div><div>%2</div>")
-                            .arg(qString(tipText(wound_->preview)).toHtmlEscaped(), origin.toHtmlEscaped());
+    const QString tip =
+        toolTipText(tipText(wound_->preview)) + QStringLiteral("<div>%1</div>").arg(origin.toHtmlEscaped());
     if (toolTip() != tip) {
         setToolTip(tip);
     }

@@ -62,12 +62,6 @@ QWidget* ground(Place place, QWidget* content, QWidget* parent) {
     return content;
 }
 
-QString toolTipText(const AudioDevice& device) {
-    // A name shows as it is: the tool tip would read marks of its own in it.
-    return QStringLiteral("<div style='white-space:pre-wrap'>%1</div>")
-        .arg(qString(nameText(device)).toHtmlEscaped());
-}
-
 } // namespace
 
 AnyView TonvikSpice::dashboard() {
@@ -164,7 +158,7 @@ void DeviceRow::bind(const AudioDevice& device) {
     if (marks) {
         setAccessibleSelected(*this, device.isDefault);
     }
-    setToolTip(toolTipText(device));
+    setToolTip(toolTipText(nameText(device)));
 }
 
 void DeviceRow::use() {

@@ -19,6 +19,10 @@ QString timeOfDay(TimePoint moment) {
                                               : QLocale().toString(time, QLocale::ShortFormat);
 }
 
+QString toolTipText(std::string_view text) {
+    return QStringLiteral("<div style='white-space:pre-wrap'>%1</div>").arg(qString(text).toHtmlEscaped());
+}
+
 QFont styleFont(TextStyle style) {
     return interfaceFont(style == TextStyle::callout ? 12 : 10);
 }

@@ -18,6 +18,9 @@ inline QString qString(std::string_view text) {
 /// The time of day where the user lives, in the short form of the user's language: "14:02", "2:02 PM".
 QString timeOfDay(TimePoint moment);
 
+/// A tool tip that shows a text as it is, whatever marks are in it, and breaks long lines.
+QString toolTipText(std::string_view text);
+
 enum class TextStyle { callout, caption };
 
 QFont styleFont(TextStyle style); // callout 12 points, caption 10
