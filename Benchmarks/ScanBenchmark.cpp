@@ -6,6 +6,7 @@
 #include "Duvesk/BundlePlaces.hpp"
 #include "Duvesk/Scanner.hpp"
 #include "Platforms/Linux/Storage/DirectoryWalker.hpp"
+#include "Tests/TemporaryFolder.hpp"
 
 #include <fcntl.h>
 #include <unistd.h>
@@ -46,26 +47,12 @@ std::int64_t lengthOf(int files) {
 /// Where the trees lie, until the benchmark ends.
 class Ground {
 public:
-    Ground() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "scan.XXXXXX").string();
-        if (!mkdtemp(pattern.data())) {
-            fail("no folder can be made in " + pattern);
-        }
-        path_ = pattern;
-    }
-    Ground(const Ground&) = delete;
-    Ground& operator=(const Ground&) = delete;
-    ~Ground() {
-        std::error_code failure;
-        std::filesystem::remove_all(path_, failure);
-    }
-
     /// A tree of so many files of all lengths, with nothing in them.
     path grow(const std::string& name, int files) const {
         path folder;
         for (int number = 0; number < files; ++number) {
             if (number % filesOfFolder == 0) {
-                folder = path_ / name / std::to_string(number / filesOfFolder);
+                folder = folder_.path() / name / std::to_string(number / filesOfFolder);
                 std::filesystem::create_directories(folder);
             }
             const path file = folder / ("some-file-" + std::to_string(number));
@@ -75,13 +62,13 @@ public:
             }
             close(descriptor);
         }
-        return path_ / name;
+        return folder_.path() / name;
     }
 
-    const path& where() const { return path_; }
+    const path& where() const { return folder_.path(); }
 
 private:
-    path path_;
+    TemporaryFolder folder_;
 };
 
 /// The most memory that this process has had resident since `forget`, in megabytes.

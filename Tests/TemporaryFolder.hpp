@@ -9,8 +9,8 @@
 /// A folder of a test's own, removed with it and with all that is in it.
 class TemporaryFolder {
 public:
-    TemporaryFolder() {
-        std::string pattern = (std::filesystem::temp_directory_path() / "zorbel-test-XXXXXX").string();
+    explicit TemporaryFolder(const std::filesystem::path& place = std::filesystem::temp_directory_path()) {
+        std::string pattern = (place / "zorbel-test-XXXXXX").string();
         if (!::mkdtemp(pattern.data())) {
             throw std::system_error(errno, std::generic_category(), pattern);
         }

@@ -90,8 +90,8 @@ TEST(Checked, StopsTheProcessForAValueThatIsNoWholeNumberOf64Bits) {
 }
 
 TEST(Checked, ASumThatDoesNotFitIsTheLargestThereIs) {
-    constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
-    EXPECT_EQ(checked::saturatingAdd(most - 2, std::int64_t{2}), most);
-    EXPECT_EQ(checked::saturatingAdd(most - 2, std::int64_t{3}), most);
-    EXPECT_EQ(checked::saturatingAdd(most, most), most);
+    constexpr std::int64_t largest = std::numeric_limits<std::int64_t>::max();
+    EXPECT_EQ(checked::saturatingAdd(largest - 2, std::int64_t{2}), largest);
+    EXPECT_EQ(checked::saturatingAdd(largest - 2, std::int64_t{3}), largest);
+    EXPECT_EQ(checked::saturatingAdd(largest, largest), largest);
 }
