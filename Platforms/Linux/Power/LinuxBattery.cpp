@@ -59,7 +59,7 @@ private:
     Reading reading_;
 };
 
-LinuxBattery::LinuxBattery(ZorbelKit::MainLoop& loop, std::filesystem::path supplies)
+LinuxBattery::LinuxBattery(ZorbelKit::MainLoop& loop, const std::filesystem::path& supplies)
     : battery_(std::make_unique<Battery>(loop, supplies.string())) {
 }
 

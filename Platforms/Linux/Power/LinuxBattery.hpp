@@ -18,7 +18,7 @@ class LinuxBattery : public Wendrel::BatteryRegistry, public Wendrel::PowerSourc
 public:
     /// `supplies`: the folder with one folder a power supply.
     explicit LinuxBattery(ZorbelKit::MainLoop& loop,
-                          std::filesystem::path supplies = "/sys/class/power_supply");
+                          const std::filesystem::path& supplies = "/sys/class/power_supply");
     LinuxBattery(const LinuxBattery&) = delete;
     LinuxBattery& operator=(const LinuxBattery&) = delete;
     ~LinuxBattery() override;

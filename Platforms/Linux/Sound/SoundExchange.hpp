@@ -25,7 +25,7 @@ struct SoundWish {
         Kind kind = Kind::defaultOutput;
         Tonvik::AudioObjectId device = Tonvik::noDevice; // none for a default: there is one of each
 
-        auto operator<=>(const Key&) const = default;
+        auto operator<=>(const Key&) const = default; // NOLINT(modernize-use-nullptr): it compares with 0
     };
 
     Key key{};
