@@ -673,9 +673,11 @@ TEST(DirectoryWalker, SeveralMayWalkAtATime) {
     }
     constexpr std::int64_t sum = 399 * 400 / 2;
     const DirectoryWalker walker;
+    constexpr int count = 4;
     std::vector<std::thread> threads;
+    threads.reserve(count);
     std::atomic<int> right = 0;
-    for (int thread = 0; thread < 4; ++thread) {
+    for (int thread = 0; thread < count; ++thread) {
         threads.emplace_back([&] {
             for (int round = 0; round < 10; ++round) {
                 right += walker.sizesBelow({folder.path()}, noLimit).front() == sum ? 1 : 0;
