@@ -174,7 +174,7 @@ protected:
             for (const Seat seat : Pintho::allSeats) {
                 SCOPED_TRACE(Pintho::rawValue(seat));
                 if (isEntered(kind)) {
-                    enter(window, kind.state, monitor);
+                    enter(window, kind, monitor);
                 }
                 fill(window, kind, seat, monitor);
             }
@@ -315,10 +315,15 @@ protected:
         return active && active->id == window;
     }
 
-    void enter(xcb_window_t window, const char* state, const QRect& monitor) const {
-        state == fullscreen ? screen.makeFullscreen(window) : screen.maximise(window);
-        EXPECT_TRUE(until([&] { return hasState(window, state) && seen(window) == monitor; }))
-            << text(seen(window));
+    /// A program takes its shadow away once it hears of its new state, and is moved by as much after that:
+    /// for a moment its corner is on the next monitor, where a placement would take it. No user is that
+    /// quick.
+    void enter(xcb_window_t window, const Kind& kind, const QRect& monitor) const {
+        kind.state == fullscreen ? screen.makeFullscreen(window) : screen.maximise(window);
+        EXPECT_TRUE(until([&] {
+            return hasState(window, kind.state) && sides(window, toolkitFrame) == Sides{} &&
+                   seen(window) == monitor;
+        })) << text(seen(window));
     }
 
     bool hasState(xcb_window_t window, const char* state) const {
