@@ -293,6 +293,7 @@ public:
         text_ = text;
         ++count_;
     }
+    void setPicture(const ZorbelKit::Picture&) override {}
     std::string watchingHint() const override { return {}; }
 
 private:

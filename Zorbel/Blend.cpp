@@ -26,7 +26,18 @@ std::unique_ptr<ZorbelKit::Stall> build(const Host& host) {
                                                        host.powerSources,
                                                        host.environment("ZORBEL_DEMO").has_value()));
     stall->add(std::make_unique<Duvesk::DuveskSpice>(host.loop, host.clock, host.fileManager, host.scanner));
-    stall->add(std::make_unique<Fotrel::FotrelSpice>());
+    stall->add(std::make_unique<Fotrel::FotrelSpice>(Fotrel::FotrelSpice::Services{
+        .loop = host.loop,
+        .clock = host.clock,
+        .processes = host.processes,
+        .pasteboard = host.pasteboard,
+        .savePanel = host.savePanel,
+        .panels = host.panels,
+        .language = host.language,
+        .recogniser = host.textRecogniser,
+        .pictures = host.pictures,
+        .tool = host.captureTool,
+    }));
     stall->add(std::make_unique<Hushel::HushelSpice>());
     stall->add(std::make_unique<Tonvik::TonvikSpice>(host.loop, host.audioHardware));
     stall->add(std::make_unique<Ledgra::LedgraSpice>());

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Fotrel/CaptureTool.hpp"
 #include "ZorbelKit/Forward.hpp"
 
 #include <functional>
@@ -10,6 +11,10 @@
 
 namespace Duvesk {
 class Scanner;
+}
+
+namespace Fotrel {
+class TextRecogniser;
 }
 
 namespace Pintho {
@@ -59,6 +64,12 @@ struct Host {
     Wendrel::PowerSources& powerSources;
     Tonvik::AudioHardware& audioHardware;
     ZorbelKit::FileManager& fileManager;
+    ZorbelKit::Processes& processes;
+    ZorbelKit::SavePanel& savePanel;
+    ZorbelKit::Panels& panels;
+    Fotrel::TextRecogniser& textRecogniser;
+    std::shared_ptr<const ZorbelKit::Pictures> pictures;
+    Fotrel::CaptureTool captureTool;
     std::shared_ptr<const Duvesk::Scanner> scanner;
     Application& application;
     ShellWindows& windows;

@@ -1,4 +1,6 @@
 #include "Duvesk/Scanner.hpp"
+#include "Platforms/Linux/Capture/CaptureTools.hpp"
+#include "Platforms/Linux/Capture/LinuxProcesses.hpp"
 #include "Platforms/Linux/Clipboard/X11Pasteboard.hpp"
 #include "Platforms/Linux/CoreDumps.hpp"
 #include "Platforms/Linux/Heap.hpp"
@@ -13,12 +15,16 @@
 #include "Platforms/Linux/Storage/LinuxFileManager.hpp"
 #include "Platforms/Linux/Storage/LinuxPlaces.hpp"
 #include "Platforms/Linux/TerminationSignals.hpp"
+#include "Platforms/Linux/Text/TesseractRecogniser.hpp"
 #include "Platforms/Linux/Windows/X11Accessibility.hpp"
 #include "Platforms/Linux/Windows/X11Screens.hpp"
 #include "Platforms/Linux/Windows/X11Shortcuts.hpp"
 #include "Platforms/Linux/X11Workspace.hpp"
 #include "Platforms/Linux/XConnection.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
+#include "Platforms/Qt/QtPanels.hpp"
+#include "Platforms/Qt/QtPictures.hpp"
+#include "Platforms/Qt/QtSavePanel.hpp"
 #include "Platforms/Qt/QtScreens.hpp"
 #include "Platforms/Qt/QtShellWindows.hpp"
 #include "Zorbel/AppDelegate.hpp"
@@ -123,7 +129,12 @@ public:
         const auto layout = Linux::StorageLayout::standard();
         Linux::LinuxFileManager fileManager(loop, Linux::Trash(layout.dataFolder(), layout.home));
         const auto walker = std::make_shared<Linux::DirectoryWalker>();
-        const Linux::IcuLanguage language(QLocale().name().toStdString());
+        const std::string locale = QLocale().name().toStdString();
+        const Linux::IcuLanguage language(locale);
+        QtPlatform::QtSavePanel savePanel;
+        QtPlatform::QtPanels panels(loop);
+        Linux::LinuxProcesses processes;
+        Linux::TesseractRecogniser textRecogniser({.locale = locale});
         Linux::LinuxStatusBar statusBar(loop, defaults);
         const Linux::TerminationSignals endings([&desktop] { desktop.terminate(); }, comeForward);
 
@@ -143,6 +154,12 @@ public:
                               .powerSources = battery,
                               .audioHardware = audioHardware,
                               .fileManager = fileManager,
+                              .processes = processes,
+                              .savePanel = savePanel,
+                              .panels = panels,
+                              .textRecogniser = textRecogniser,
+                              .pictures = std::make_shared<const QtPlatform::QtPictures>(),
+                              .captureTool = Linux::captureTool(),
                               .scanner = std::make_shared<const Duvesk::Scanner>(
                                   std::make_shared<const Linux::LinuxPlaces>(layout, walker), walker),
                               .application = desktop,

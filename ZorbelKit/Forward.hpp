@@ -13,7 +13,12 @@ class Language;
 class Lifetime;
 class MainLoop;
 class Observable;
+class Panels;
 class Pasteboard;
+class Picture;
+class Pictures;
+class Processes;
+class SavePanel;
 class Screens;
 class Shortcuts;
 class Spice;
@@ -27,5 +32,6 @@ struct Color;
 struct Point;
 struct Rect;
 struct Size;
+struct Uuid;
 
 } // namespace ZorbelKit

@@ -4,6 +4,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <functional>
+#include <string>
 
 namespace ZorbelKit {
 
@@ -14,6 +15,9 @@ struct Uuid {
 
     /// A new random one (version 4).
     static Uuid make();
+
+    /// "6BA7B810-9DAD-41D1-80B4-00C04FD430C8".
+    std::string text() const;
 
     auto operator<=>(const Uuid&) const = default;
 };

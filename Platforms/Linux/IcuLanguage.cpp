@@ -1,10 +1,12 @@
 #include "Platforms/Linux/IcuLanguage.hpp"
 
 #include <algorithm>
+#include <chrono>
 #include <memory>
 #include <unicode/brkiter.h>
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
+#include <unicode/datefmt.h>
 #include <unicode/locid.h>
 #include <unicode/normalizer2.h>
 #include <unicode/utext.h>
@@ -34,7 +36,8 @@ std::string composed(std::string_view text, UErrorCode& status) {
 
 } // namespace
 
-IcuLanguage::IcuLanguage(const std::string& locale) {
+IcuLanguage::IcuLanguage(const std::string& locale)
+    : locale_(locale) {
     const std::string language = icu::Locale(locale.c_str()).getLanguage();
     const bool hasTwoLettersI = language == "tr" || language == "az"; // I with ı, İ with i
     foldOptions_ = hasTwoLettersI ? U_FOLD_CASE_EXCLUDE_SPECIAL_I : U_FOLD_CASE_DEFAULT;
@@ -72,6 +75,18 @@ std::string_view IcuLanguage::prefix(std::string_view text, std::size_t characte
         end = next;
     }
     return text.substr(0, static_cast<std::size_t>(end));
+}
+
+std::string IcuLanguage::dateAndTime(ZorbelKit::TimePoint moment) const {
+    const std::unique_ptr<icu::DateFormat> format(icu::DateFormat::createDateTimeInstance(
+        icu::DateFormat::kMedium, icu::DateFormat::kMedium, icu::Locale(locale_.c_str())));
+    std::string result;
+    if (format) {
+        icu::UnicodeString text;
+        format->format(std::chrono::duration<UDate, std::milli>(moment.time_since_epoch()).count(), text);
+        text.toUTF8String(result);
+    }
+    return result;
 }
 
 } // namespace Linux

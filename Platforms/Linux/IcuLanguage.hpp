@@ -14,8 +14,10 @@ public:
 
     std::string folded(std::string_view text) const override;
     std::string_view prefix(std::string_view text, std::size_t characters) const override;
+    std::string dateAndTime(ZorbelKit::TimePoint moment) const override;
 
 private:
+    std::string locale_;
     std::uint32_t foldOptions_;
 };
 

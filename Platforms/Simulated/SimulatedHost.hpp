@@ -3,6 +3,7 @@
 #include "Platforms/Simulated/SimulatedAccessibility.hpp"
 #include "Platforms/Simulated/SimulatedAudioHardware.hpp"
 #include "Platforms/Simulated/SimulatedBattery.hpp"
+#include "Platforms/Simulated/SimulatedCapture.hpp"
 #include "Platforms/Simulated/SimulatedDefaults.hpp"
 #include "Platforms/Simulated/SimulatedFileManager.hpp"
 #include "Platforms/Simulated/SimulatedFiles.hpp"
@@ -36,12 +37,17 @@ struct SimulatedHost {
     SimulatedPowerSources powerSources;
     SimulatedAudioHardware audioHardware;
     SimulatedFileManager fileManager;
+    SimulatedProcesses processes;
+    SimulatedSavePanel savePanel;
+    SimulatedPanels panels;
+    SimulatedTextRecogniser textRecogniser;
+    std::shared_ptr<SimulatedPictures> pictures = std::make_shared<SimulatedPictures>();
     std::shared_ptr<SimulatedFiles> files = std::make_shared<SimulatedFiles>();
 
     /// Everything a spice could have left behind.
     int liveThings() const {
         return loop.liveTimers() + statusBar.liveItems() + pasteboard.watchers() + shortcuts.liveGrabs() +
-               ZorbelKit::Observable::liveObserversForTesting();
+               textRecogniser.keepers() + ZorbelKit::Observable::liveObserversForTesting();
     }
 };
 

@@ -3,6 +3,9 @@
 #include "ZorbelKit/Host/Language.hpp"
 #include "ZorbelKit/Utf8.hpp"
 
+#include <chrono>
+#include <string>
+
 namespace Simulated {
 
 /// A language whose only letters with two cases are A to Z, and whose every code point is a character.
@@ -24,6 +27,18 @@ public:
             end += ZorbelKit::utf8::first(text.substr(end)).length;
         }
         return text.substr(0, end);
+    }
+
+    /// In Greenwich: "1970-01-01, 00:00:00".
+    std::string dateAndTime(ZorbelKit::TimePoint moment) const override {
+        const auto day = std::chrono::floor<std::chrono::days>(moment);
+        const std::chrono::year_month_day date(day);
+        const std::chrono::hh_mm_ss time(std::chrono::floor<std::chrono::seconds>(moment - day));
+        const auto two = [](auto number) { return (number < 10 ? "0" : "") + std::to_string(number); };
+        return std::to_string(static_cast<int>(date.year())) + "-" +
+               two(static_cast<unsigned>(date.month())) + "-" + two(static_cast<unsigned>(date.day())) +
+               ", " + two(time.hours().count()) + ":" + two(time.minutes().count()) + ":" +
+               two(time.seconds().count());
     }
 };
 

@@ -17,6 +17,7 @@ public:
         std::vector<ZorbelKit::PasteboardUrl> urls;
         std::optional<ZorbelKit::SharedText> text;
         std::set<ZorbelKit::PictureType> pictures;
+        std::optional<ZorbelKit::Picture> picture{}; // ours
     };
 
     /// Another program copies.
@@ -57,6 +58,10 @@ public:
         return content_.pictures.contains(type);
     }
     void setString(const ZorbelKit::SharedText& text) override { putText(text); }
+    void setPicture(const ZorbelKit::Picture& picture) override {
+        putPicture(ZorbelKit::PictureType::png);
+        content_.picture = picture;
+    }
     std::string watchingHint() const override { return hint; }
 
     int watchers() const { return *watchers_; }

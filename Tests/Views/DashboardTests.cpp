@@ -251,10 +251,10 @@ TEST_F(DashboardTest, TheAddButtonHandsTheKeyboardToTheSwitch) {
 
 TEST_F(DashboardTest, ASpiceStillToComeSaysSo) {
     open();
-    pick("fotrel");
-    stall->setEnabled(true, *stall->spice("fotrel"));
+    pick("hushel");
+    stall->setEnabled(true, *stall->spice("hushel"));
     settle();
-    EXPECT_TRUE(showsText(part<Zorbel::SpiceDetail>(), "Fotrel is still to come."));
+    EXPECT_TRUE(showsText(part<Zorbel::SpiceDetail>(), "Hushel is still to come."));
     savePicture(*dashboard, "dashboard-still-to-come");
 }
 

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "ZorbelKit/Time.hpp"
+
 #include <cstddef>
 #include <string>
 #include <string_view>
@@ -17,6 +19,10 @@ public:
 
     /// The first so many characters, as a reader counts them: an accented letter or a family of emoji is one.
     virtual std::string_view prefix(std::string_view text, std::size_t characters) const = 0;
+
+    /// A date with the month in letters, short, and the time with seconds, in the user's time zone: "Nov 21,
+    /// 2026, 9:56:07 PM".
+    virtual std::string dateAndTime(TimePoint moment) const = 0;
 };
 
 } // namespace ZorbelKit

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ZorbelKit/Picture.hpp"
 #include "ZorbelKit/SharedText.hpp"
 #include "ZorbelKit/Token.hpp"
 
@@ -45,6 +46,9 @@ public:
     /// Replaces everything with this one text: exactly one change, counted when this returns. Other programs
     /// can paste it for as long as this one runs.
     virtual void setString(const SharedText& text) = 0;
+
+    /// The same with this one picture, as a PNG.
+    virtual void setPicture(const Picture& picture) = 0;
 
     /// What cannot be seen on this desktop, as a sentence for the user; empty where everything can.
     virtual std::string watchingHint() const = 0;

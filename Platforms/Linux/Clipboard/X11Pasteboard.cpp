@@ -162,6 +162,9 @@ void X11Pasteboard::setString(const ZorbelKit::SharedText& text) {
     link_->write(text);
 }
 
+void X11Pasteboard::setPicture(const ZorbelKit::Picture& /*picture*/) {
+}
+
 std::string X11Pasteboard::watchingHint() const {
     if (!link_->isReachable()) {
         return "The clipboard of this desktop cannot be watched.";

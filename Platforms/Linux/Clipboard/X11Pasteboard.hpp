@@ -37,6 +37,7 @@ public:
     std::optional<ZorbelKit::SharedText> string() const override;
     bool hasPicture(ZorbelKit::PictureType type) const override;
     void setString(const ZorbelKit::SharedText& text) override;
+    void setPicture(const ZorbelKit::Picture& picture) override;
     std::string watchingHint() const override;
 
 private:

@@ -1,0 +1,1 @@
+#include "Fotrel/CaptureViews.hpp"

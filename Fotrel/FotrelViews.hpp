@@ -1,0 +1,6 @@
+#pragma once
+
+#include "Fotrel/Fotrel.hpp"
+#include "ZorbelKit/Controls/LiveView.hpp"
+
+namespace Fotrel {} // namespace Fotrel
