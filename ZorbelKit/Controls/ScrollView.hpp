@@ -4,6 +4,8 @@
 
 namespace ZorbelKit {
 
+class ScrollPill;
+
 /// A vertical scroll view without a frame. A slim pill lies over the content's right edge where there is more
 /// to see.
 class ScrollView : public QScrollArea {
@@ -14,7 +16,7 @@ protected:
     void resizeEvent(QResizeEvent* event) override;
 
 private:
-    QWidget* pill_;
+    ScrollPill* pill_;
 };
 
 } // namespace ZorbelKit
