@@ -75,10 +75,11 @@ void FotrelSpice::start(std::vector<std::string> arguments) {
     auto take = lifetime_.guard([this](const Picture& image) { add(image); });
     auto ended = [pictures = services_.pictures, &loop = services_.loop, file,
                   take = std::move(take)](int status) {
-        if (const auto image = status == 0 ? pictures->read(file) : std::nullopt) {
+        const auto image = status == 0 ? pictures->read(file) : std::nullopt;
+        pictures->remove(file);
+        if (image) {
             loop.post([take, image = *image]() mutable { take(image); });
         }
-        pictures->remove(file);
     };
     const auto refusal = services_.processes.start(services_.tool.executable, arguments, std::move(ended));
     if (refusal) {

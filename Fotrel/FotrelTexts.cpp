@@ -26,10 +26,24 @@ std::string statusText(const Capture& capture) {
     if (capture.isReading) {
         return "Reading the text";
     }
-    if (!capture.text || capture.text->empty()) {
+    if (!hasText(capture)) {
         return "No text in this one";
     }
     return std::to_string(std::ranges::count(*capture.text, '\n') + 1) + " lines of text found";
+}
+
+std::string detailText(const Capture& capture, std::string_view time) {
+    return std::string(time) + " · " + std::to_string(capture.image.width()) + " × " +
+           std::to_string(capture.image.height());
+}
+
+std::string spokenText(const Capture& capture, std::string_view time) {
+    return "Capture of " + std::string(time) + ", " + std::to_string(capture.image.width()) + " by " +
+           std::to_string(capture.image.height()) + " pixels: " + statusText(capture);
+}
+
+bool hasText(const Capture& capture) {
+    return capture.text && !capture.text->empty();
 }
 
 } // namespace Fotrel

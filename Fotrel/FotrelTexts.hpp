@@ -22,4 +22,14 @@ std::string saveName(std::string_view dateAndTime);
 /// "Reading the text", "3 lines of text found" or "No text in this one".
 std::string statusText(const Capture& capture);
 
+/// When it was taken and its size in pixels: "14:02 · 1920 × 1080". `time`: the time of day as the user reads
+/// it.
+std::string detailText(const Capture& capture, std::string_view time);
+
+/// What a screen reader says of its row.
+std::string spokenText(const Capture& capture, std::string_view time);
+
+/// Whether there is text to copy and to show.
+bool hasText(const Capture& capture);
+
 } // namespace Fotrel
