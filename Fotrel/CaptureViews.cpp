@@ -298,11 +298,11 @@ CaptureRow::CaptureRow(const Capture& capture, FotrelSpice& spice, QWidget* pare
     , capture_(capture)
     , spice_(spice) {
     auto* content = new QWidget;
-    auto* picture = new Thumbnail(capture.image, content);
+    thumbnail_ = new Thumbnail(capture.image, content);
     body_ = content;
     reading_ = new SteepDot(spice.accent(), true, readingDot, content);
     setAccessibleText(*reading_, "Reading");
-    read_ = new Symbol("text.alignleft", leadWidth, malaiDim, content);
+    mark_ = new Symbol("text.alignleft", leadWidth, malaiDim, content);
     status_ = makeText("", interfaceFont(12, QFont::Medium), malai, content);
     detail_ = makeText("", interfaceFont(11), malaiDim, content);
     copyImage_ = new SmallButton("Copy image", content);
@@ -316,7 +316,7 @@ CaptureRow::CaptureRow(const Capture& capture, FotrelSpice& spice, QWidget* pare
 
     auto* statusLine = new QHBoxLayout;
     statusLine->setSpacing(leadGap);
-    for (QWidget* lead : {static_cast<QWidget*>(reading_), static_cast<QWidget*>(read_)}) {
+    for (QWidget* lead : {static_cast<QWidget*>(reading_), static_cast<QWidget*>(mark_)}) {
         lead->setFixedWidth(leadWidth);
         statusLine->addWidget(lead, 0, Qt::AlignVCenter);
     }
@@ -336,7 +336,7 @@ CaptureRow::CaptureRow(const Capture& capture, FotrelSpice& spice, QWidget* pare
     lines->addLayout(buttons);
     auto* row = new QHBoxLayout;
     row->setSpacing(pictureGap);
-    row->addWidget(picture, 0, Qt::AlignTop);
+    row->addWidget(thumbnail_, 0, Qt::AlignTop);
     row->addLayout(lines, 1);
     row->addWidget(forget_, 0, Qt::AlignTop);
     auto* column = makeColumn(content, textGap);
@@ -362,12 +362,13 @@ void CaptureRow::bind(const Capture& capture) {
 
 void CaptureRow::write() {
     const std::string time = timeOfDay(capture_.takenAt).toStdString();
+    thumbnail_->setPicture(capture_.image);
     status_->setText(qString(statusText(capture_)));
     detail_->setText(qString(detailText(capture_, time)));
     reading_->setVisible(capture_.isReading);
-    read_->setVisible(!capture_.isReading);
-    read_->setSymbol(hasText(capture_) ? "text.alignleft" : "photo");
-    read_->setColour(hasText(capture_) ? spice_.accent() : malaiFaint);
+    mark_->setVisible(!capture_.isReading);
+    mark_->setSymbol(hasText(capture_) ? "text.alignleft" : "photo");
+    mark_->setColour(hasText(capture_) ? spice_.accent() : malaiFaint);
     copyText_->setEnabled(hasText(capture_));
     showText_->setEnabled(hasText(capture_));
     setAccessibleText(*this, qString(spokenText(capture_, time)));

@@ -16,7 +16,6 @@ class QLabel;
 class QTextEdit;
 
 namespace ZorbelKit {
-class Reading;
 class ScrollPill;
 class SteepDot;
 class Symbol;
@@ -59,6 +58,10 @@ public:
 
     Thumbnail(const ZorbelKit::Picture& picture, QWidget* parent);
 
+    /// The same pixels, held in another way: the first one is let go, and nothing is drawn anew.
+    void setPicture(const ZorbelKit::Picture& picture) { picture_ = picture; }
+    const ZorbelKit::Picture& picture() const { return picture_; }
+
     QSize sizeHint() const override { return {mostWidth, mostHeight}; }
 
     /// Draws a picture as it is shown at this scale, in device pixels per point.
@@ -71,7 +74,7 @@ protected:
     void paintEvent(QPaintEvent* event) override;
 
 private:
-    const ZorbelKit::Picture picture_;
+    ZorbelKit::Picture picture_;
     QPixmap drawn_;
     int drawings_ = 0;
 };
@@ -140,8 +143,9 @@ private:
     Capture capture_;
     FotrelSpice& spice_;
     bool showingText_ = false;
+    Thumbnail* thumbnail_;
     ZorbelKit::SteepDot* reading_;
-    ZorbelKit::Symbol* read_;
+    ZorbelKit::Symbol* mark_;
     QLabel* status_;
     QLabel* detail_;
     SmallButton* copyImage_;

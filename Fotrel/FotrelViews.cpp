@@ -12,10 +12,13 @@
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
+#include <QCoreApplication>
 #include <QHBoxLayout>
 #include <QKeyEvent>
 #include <QLabel>
 #include <QPainter>
+#include <QScrollArea>
+#include <QScrollBar>
 #include <QTextEdit>
 #include <QVBoxLayout>
 
@@ -86,6 +89,45 @@ QWidget* makeNothing(const FotrelSpice& spice, QWidget* parent) {
     card->setMinimumHeight(emptyHeight);
     return card;
 }
+
+/// Keeps a part of a list where it is on the screen while others come and go above it: what is shown is
+/// scrolled as far as it moves. Not while the list's top is in sight, where what comes is to be seen.
+class Anchor {
+public:
+    explicit Anchor(const QWidget& list) {
+        for (QWidget* parent = list.parentWidget(); parent && !area_; parent = parent->parentWidget()) {
+            area_ = qobject_cast<QScrollArea*>(parent);
+        }
+        isScrolled_ = area_ && list.mapTo(area_, QPoint()).y() < 0;
+    }
+
+    bool isInSight(const QWidget& widget) const {
+        return isScrolled_ && widget.mapTo(area_, QPoint(0, widget.height())).y() > 0;
+    }
+
+    void hold(QWidget& widget) {
+        held_ = &widget;
+        place_ = widget.mapTo(area_, QPoint()).y();
+    }
+
+    /// Lays out anew at once: done later, what is shown would jump to and fro.
+    void settle() const {
+        if (!held_) {
+            return;
+        }
+        for (QWidget* widget = held_->parentWidget(); widget != area_; widget = widget->parentWidget()) {
+            QCoreApplication::sendPostedEvents(widget, QEvent::LayoutRequest);
+        }
+        QScrollBar& bar = *area_->verticalScrollBar();
+        bar.setValue(bar.value() + held_->mapTo(area_, QPoint()).y() - place_);
+    }
+
+private:
+    QScrollArea* area_ = nullptr; // none: the page does not scroll
+    bool isScrolled_ = false;
+    QWidget* held_ = nullptr;
+    int place_ = 0;
+};
 
 } // namespace
 
@@ -223,6 +265,15 @@ void FotrelPanel::refreshRows() {
     const std::vector<Capture>& captures = spice_.captures();
     const std::vector<CaptureRow*> before = std::exchange(rows_, {});
     auto* column = static_cast<QVBoxLayout*>(list_->layout());
+    Anchor anchor(*list_);
+    const auto stays = [&](const CaptureRow* row) {
+        return anchor.isInSight(*row) &&
+               std::ranges::find(captures, row->capture().id, &Capture::id) != captures.end();
+    };
+    if (const auto held = std::ranges::find_if(before, stays); held != before.end()) {
+        anchor.hold(**held);
+    }
+    std::size_t added = 0; // all of them above those that were there
     for (const Capture& capture : captures) {
         const auto found = std::ranges::find(before, capture.id, [](auto* row) { return row->capture().id; });
         if (found != before.end()) {
@@ -231,28 +282,35 @@ void FotrelPanel::refreshRows() {
         } else {
             auto* row = new CaptureRow(capture, spice_, list_);
             column->insertWidget(static_cast<int>(rows_.size()), row);
+            row->show(); // takes its room at once
+            ++added;
             rows_.push_back(row);
         }
     }
     if (rows_ == before) {
         return;
     }
-    order();
+    order(added);
     passKeyboard(before);
     for (CaptureRow* row : before) {
-        if (std::ranges::find(rows_, row) == rows_.end()) {
+        if (!isListed(row)) {
             column->removeWidget(row);
             row->hide();
             row->deleteLater(); // it may be a press on it that forgot its capture
         }
     }
+    anchor.settle();
+}
+
+bool FotrelPanel::isListed(const CaptureRow* row) const {
+    return std::ranges::find(rows_, row) != rows_.end();
 }
 
 /// A row that goes leaves the keyboard to the one that takes its place, or to the last one.
 void FotrelPanel::passKeyboard(const std::vector<CaptureRow*>& before) {
     QWidget* held = window()->focusWidget();
     const auto from = std::ranges::find_if(before, [&](auto* row) { return row->isAncestorOf(held); });
-    if (!held || from == before.end() || std::ranges::find(rows_, *from) != rows_.end()) {
+    if (!held || from == before.end() || isListed(*from)) {
         return;
     }
     const auto* control = dynamic_cast<const FocusButton*>(held);
@@ -268,8 +326,11 @@ void FotrelPanel::passKeyboard(const std::vector<CaptureRow*>& before) {
     heir->setFocus(reason);
 }
 
-/// Tab goes from the newest to the oldest, although the newest row was made last.
-void FotrelPanel::order() {
+/// Readers and Tab go from the newest to the oldest, although the newest row was made last.
+void FotrelPanel::order(std::size_t added) {
+    while (added > 0) {
+        rows_[--added]->lower();
+    }
     QWidget* last = &error_->edit();
     for (CaptureRow* row : rows_) {
         for (QWidget* control : row->controls()) {

@@ -5,6 +5,7 @@
 #include "ZorbelKit/Controls/LiveView.hpp"
 
 #include <array>
+#include <cstddef>
 #include <functional>
 #include <vector>
 
@@ -68,8 +69,9 @@ protected:
 private:
     void refreshError();
     void refreshRows();
+    bool isListed(const CaptureRow* row) const;
     void passKeyboard(const std::vector<CaptureRow*>& before);
-    void order();
+    void order(std::size_t added);
 
     FotrelSpice& spice_;
     CaptureButtons* buttons_;
