@@ -59,8 +59,10 @@ public:
     }
     void setString(const ZorbelKit::SharedText& text) override { putText(text); }
     void setPicture(const ZorbelKit::Picture& picture) override {
-        putPicture(ZorbelKit::PictureType::png);
-        content_.picture = picture;
+        if (!picture.isEmpty()) {
+            putPicture(ZorbelKit::PictureType::png);
+            content_.picture = picture;
+        }
     }
     std::string watchingHint() const override { return hint; }
 

@@ -1,9 +1,11 @@
 #include "Platforms/Linux/Clipboard/X11Pasteboard.hpp"
 #include "Platforms/Linux/XReply.hpp"
+#include "Platforms/Qt/QtPictures.hpp"
 #include "Tests/Desktop/BareServer.hpp"
 #include "Tests/Desktop/Desktop.hpp"
 #include "Tests/Desktop/Memory.hpp"
 
+#include <QImage>
 #include <gtest/gtest.h>
 #include <poll.h>
 #include <sys/resource.h>
@@ -16,12 +18,15 @@
 #include <csignal>
 #include <cstdlib>
 #include <cstring>
+#include <deque>
+#include <filesystem>
 #include <fstream>
 #include <functional>
 #include <map>
 #include <memory>
 #include <mutex>
 #include <optional>
+#include <random>
 #include <string>
 #include <thread>
 #include <utility>
@@ -425,6 +430,18 @@ public:
         return answered.value_or(XCB_ATOM_NONE) == XCB_ATOM_NONE ? Pasted() : take(*answered);
     }
 
+    /// What a property of another program's window lists.
+    std::vector<std::string> namesIn(xcb_window_t other, const char* property) const {
+        const auto reply = owned(xcb_get_property_reply(
+            get(), xcb_get_property(get(), 0, other, atom(property), XCB_ATOM_ATOM, 0, 64), nullptr));
+        const auto* listed = static_cast<const xcb_atom_t*>(xcb_get_property_value(reply.get()));
+        std::vector<std::string> names;
+        for (int index = 0; index < xcb_get_property_value_length(reply.get()) / 4; ++index) {
+            names.push_back(name(listed[index]));
+        }
+        return names;
+    }
+
     /// Reads and deletes.
     Pasted read(xcb_atom_t property) const {
         const auto reply = owned(xcb_get_property_reply(
@@ -485,6 +502,41 @@ std::string longText(std::size_t size) {
     }
     return result;
 }
+
+/// Bytes of every value, and after them such as no text begins with.
+std::string pictureBytes(std::size_t size) {
+    std::string bytes(size, '\x80');
+    std::mt19937 chance(15);
+    std::generate_n(bytes.begin(), size / 2, [&chance] { return static_cast<char>(chance()); });
+    return bytes;
+}
+
+ZorbelKit::Picture pictureOf(const std::string& bytes) {
+    return ZorbelKit::Picture({.width = 1, .height = 1, .png = bytes});
+}
+
+/// xclip, which pastes a picture and says "whole" where it has the bytes that were copied.
+class PictureReader {
+public:
+    explicit PictureReader(const std::string& bytes) {
+        std::ofstream(folder_.path() / "copied", std::ios::binary) << bytes;
+        program_ = std::make_unique<Program>(std::vector<std::string>{
+            "sh", "-c",
+            "timeout 20 xclip -out -selection clipboard -target image/png | cmp - \"$0/copied\" && echo whole"
+            "; touch \"$0/done\"",
+            folder_.path().string()});
+    }
+
+    bool isDone() const { return std::filesystem::exists(folder_.path() / "done"); }
+    std::string said() {
+        EXPECT_EQ(program_->waitForEnd(), 0);
+        return program_->output();
+    }
+
+private:
+    TemporaryFolder folder_;
+    std::unique_ptr<Program> program_;
+};
 
 /// xclip with the content of a file, in the foreground.
 class Xclip {
@@ -1069,7 +1121,227 @@ TEST(Clipboard, M20_AReaderThatEndsIsForgotten) {
     EXPECT_TRUE(pasteboard.stays(1));
 }
 
+// Pictures of ours
+
+TEST(Clipboard, F15_APictureIsPastedAsItWasCopied) {
+    Watched pasteboard;
+    std::int64_t count = 0;
+    for (const std::size_t size : {std::size_t{300}, std::size_t{200} << 10, 10 * mebibyte}) {
+        SCOPED_TRACE(size);
+        const std::string bytes = pictureBytes(size);
+        pasteboard.setString("before");
+        pasteboard.setPicture(pictureOf(bytes));
+        count += 2;
+        EXPECT_EQ(pasteboard.changeCount(), count);
+        EXPECT_TRUE(pasteboard.hasPicture(PictureType::png));
+        EXPECT_FALSE(pasteboard.hasPicture(PictureType::tiff));
+        EXPECT_FALSE(pasteboard.string());
+        EXPECT_TRUE(pasteboard.urls().empty());
+
+        const Reader reader;
+        Pasted pasted;
+        ASSERT_TRUE(until([&] { return (pasted = reader.paste("image/png")).bytes == bytes; }));
+        EXPECT_EQ(pasted.type, "image/png");
+        EXPECT_EQ(pasted.isInPieces, size > 256 << 10);
+        EXPECT_EQ(PictureReader(bytes).said(), "whole\n");
+
+        Words targets;
+        for (const xcb_atom_t target : reader.paste("TARGETS").cardinals()) {
+            targets.push_back(reader.name(target));
+        }
+        EXPECT_EQ(targets, (Words{"TARGETS", "TIMESTAMP", "MULTIPLE", "SAVE_TARGETS", "image/png"}));
+        for (const char* target : {"UTF8_STRING", "STRING", "TEXT", "text/plain", "text/plain;charset=utf-8",
+                                   "image/tiff", "text/uri-list"}) {
+            EXPECT_TRUE(reader.paste(target).isRefused) << target;
+        }
+        EXPECT_EQ(reader.paste("SAVE_TARGETS").type, "NULL");
+        EXPECT_TRUE(pasteboard.stays(count));
+    }
+}
+
+TEST(Clipboard, F15_APictureIsPastedWhileTheMainThreadIsBusy) {
+    X11Pasteboard pasteboard;
+    const std::string bytes = pictureBytes(10 * mebibyte);
+    pasteboard.setPicture(pictureOf(bytes));
+    const Client client;
+    ASSERT_TRUE(until([&] { return client.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    PictureReader reader(bytes);
+    const auto end = Clock::now() + patience;
+    while (!reader.isDone() && Clock::now() < end) { // neither sleeps nor takes events
+    }
+    EXPECT_EQ(reader.said(), "whole\n");
+}
+
+TEST(Clipboard, F15_ManyPasteAPictureAtOnceAndItIsInMemoryOnce) {
+    X11Pasteboard pasteboard;
+    const std::string bytes = pictureBytes(10 * mebibyte);
+    pasteboard.setPicture(pictureOf(bytes));
+    const Client client;
+    ASSERT_TRUE(until([&] { return client.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    const auto before = holdings(::getpid()).anonymous;
+    auto most = before;
+    std::deque<PictureReader> readers;
+    for (int reader = 0; reader < 20; ++reader) {
+        readers.emplace_back(bytes);
+    }
+    EXPECT_TRUE(until([&] {
+        most = std::max(most, holdings(::getpid()).anonymous);
+        return std::ranges::all_of(readers, &PictureReader::isDone);
+    }));
+    for (PictureReader& reader : readers) {
+        EXPECT_EQ(reader.said(), "whole\n");
+    }
+    EXPECT_LT(most, before + bytes.size() / 2);
+}
+
+TEST(Clipboard, F15_AProgramMadeWithTheToolkitPastesAPicture) {
+    X11Pasteboard pasteboard;
+    QImage image(640, 400, QImage::Format_ARGB32);
+    image.fill(qRgba(0x33, 0x66, 0x99, 0xC0));
+    pasteboard.setPicture(QtPlatform::QtPictures::picture(image));
+    const Client client;
+    ASSERT_TRUE(until([&] { return client.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    Program reader({QT_COPY_PROGRAM, "--paste"}, unread());
+    EXPECT_EQ(reader.waitForEnd(), 0);
+    EXPECT_EQ(reader.output(), "picture 640x400 c0336699\n");
+}
+
+TEST(Clipboard, F15_APictureComesAmongSeveralTargets) {
+    X11Pasteboard pasteboard;
+    for (const std::size_t size : {std::size_t{300}, mebibyte}) {
+        SCOPED_TRACE(size);
+        const std::string bytes = pictureBytes(size);
+        pasteboard.setPicture(pictureOf(bytes));
+        const Reader reader;
+        ASSERT_TRUE(until([&] { return reader.paste("image/png").bytes == bytes; }));
+        const xcb_atom_t all = reader.atom("ALL");
+        const xcb_atom_t picture = reader.atom("FIRST");
+        const xcb_atom_t since = reader.atom("THIRD");
+        const std::vector<std::uint32_t> pairs{reader.atom("image/png"),   picture,
+                                               reader.atom("UTF8_STRING"), reader.atom("SECOND"),
+                                               reader.atom("TIMESTAMP"),   since};
+        reader.setCardinals(reader.window(), all, reader.atom("ATOM_PAIR"), pairs);
+        reader.ask("MULTIPLE", all);
+        ASSERT_EQ(reader.answer(), all);
+        std::vector<std::uint32_t> expected = pairs;
+        expected[3] = XCB_ATOM_NONE;
+        EXPECT_EQ(reader.read(all).cardinals(), expected);
+        EXPECT_TRUE(reader.take(picture).bytes == bytes);
+        EXPECT_EQ(reader.read(since).type, "INTEGER");
+    }
+}
+
+TEST(Clipboard, F15_ATextAndAPictureReplaceOneAnother) {
+    Watched pasteboard;
+    const std::string bytes = pictureBytes(mebibyte);
+    const std::string longer = longText(mebibyte);
+    pasteboard.setPicture(pictureOf(bytes));
+    const Reader first;
+    ASSERT_TRUE(until([&] { return first.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    const xcb_atom_t property = first.atom("PASTED");
+    first.ask("image/png", property);
+    ASSERT_EQ(first.answer(), property);
+
+    pasteboard.setString(longer);
+    EXPECT_EQ(pasteboard.changeCount(), 2);
+    EXPECT_FALSE(pasteboard.hasPicture(PictureType::png));
+    EXPECT_TRUE(pasteboard.text() == longer);
+    const Reader second;
+    ASSERT_TRUE(until([&] { return second.paste("UTF8_STRING").bytes == longer; }));
+    EXPECT_TRUE(second.paste("image/png").isRefused);
+    second.ask("STRING", property);
+    ASSERT_EQ(second.answer(), property);
+
+    pasteboard.setPicture(pictureOf("another"));
+    EXPECT_EQ(pasteboard.changeCount(), 3);
+    EXPECT_FALSE(pasteboard.string());
+    EXPECT_TRUE(until([&] { return Reader().paste("image/png").bytes == "another"; }));
+    EXPECT_TRUE(Reader().paste("STRING").isRefused);
+    EXPECT_TRUE(first.take(property).bytes == bytes) << "who has begun to read may finish";
+    EXPECT_TRUE(second.take(property).bytes == longer);
+    EXPECT_TRUE(pasteboard.stays(3));
+}
+
+TEST(Clipboard, WhatIsOursIsOfferedAgainWhenItsWindowWasTaken) {
+    Watched pasteboard;
+    std::int64_t count = 0;
+    const std::string bytes = pictureBytes(mebibyte);
+    const Reader reader;
+    for (const std::string target : {"image/png", "UTF8_STRING"}) {
+        const std::string& ours = target == "image/png" ? bytes : target;
+        target == "image/png" ? pasteboard.setPicture(pictureOf(ours)) : pasteboard.setString(ours);
+        ++count;
+        for (const bool isAll : {false, true, true, false}) {
+            SCOPED_TRACE(target + (isAll ? ", the connection" : ", the window"));
+            ASSERT_TRUE(until([&] { return reader.paste(target).bytes == ours; }));
+            const xcb_window_t owner = reader.ownerOf("CLIPBOARD");
+            if (isAll) {
+                xcb_kill_client(reader.get(), owner);
+            } else {
+                xcb_destroy_window(reader.get(), owner);
+            }
+            reader.settle();
+            EXPECT_EQ(reader.ownerOf("CLIPBOARD"), xcb_window_t{XCB_NONE});
+            EXPECT_TRUE(until([&] { return reader.paste(target).bytes == ours; }));
+            EXPECT_TRUE(pasteboard.stays(count));
+        }
+    }
+}
+
+TEST(Clipboard, F15_AnotherProgramsCopyReplacesOurPicture) {
+    Watched pasteboard;
+    pasteboard.setPicture(pictureOf(pictureBytes(300)));
+    const Client client;
+    ASSERT_TRUE(until([&] { return client.ownerOf("CLIPBOARD") != XCB_NONE; }));
+    const Owner owner(text("theirs"));
+    ASSERT_TRUE(pasteboard.arrives(2));
+    EXPECT_EQ(pasteboard.text(), "theirs");
+    EXPECT_FALSE(pasteboard.hasPicture(PictureType::png));
+}
+
+TEST(Clipboard, NoPictureIsNoCopy) {
+    Watched pasteboard;
+    pasteboard.setString("ours");
+    pasteboard.setPicture({});
+    EXPECT_EQ(pasteboard.changeCount(), 1);
+    EXPECT_EQ(pasteboard.text(), "ours");
+    EXPECT_TRUE(until([] { return Reader().paste("UTF8_STRING").bytes == "ours"; }));
+}
+
 // The end
+
+TEST(Clipboard, F15_AClipboardManagerTakesOurPictureOver) {
+    Owner manager(only("SAVE_TARGETS", {.bytes = "", .type = "NULL", .format = 32}), Owner::Manner::prompt,
+                  "CLIPBOARD_MANAGER");
+    std::string saved;
+    Words wanted;
+    manager.setBeforeAnswer([&](const std::string& target) {
+        if (target == "SAVE_TARGETS") {
+            const Reader reader;
+            saved = reader.paste("image/png").bytes;
+            wanted = reader.namesIn(reader.ownerOf("CLIPBOARD"), "_ZORBEL_SELECTION_HANDOVER");
+        }
+    });
+    const std::string bytes = pictureBytes(10 * mebibyte);
+    {
+        X11Pasteboard pasteboard(nullptr, X11Pasteboard::Limits{.handover = patience});
+        pasteboard.setPicture(pictureOf(bytes));
+    }
+    manager.setManner(Owner::Manner::prompt); // and so its thread is done with the answer
+    EXPECT_TRUE(saved == bytes);
+    EXPECT_EQ(wanted, Words{"image/png"});
+    EXPECT_EQ(manager.requested(), Words{"SAVE_TARGETS"});
+}
+
+TEST(Clipboard, F15_WithoutAManagerAPictureGoesWithItsProgram) {
+    auto pasteboard = std::make_unique<X11Pasteboard>();
+    const std::string bytes = pictureBytes(300);
+    pasteboard->setPicture(pictureOf(bytes));
+    ASSERT_TRUE(until([&] { return Reader().paste("image/png").bytes == bytes; }));
+    pasteboard.reset();
+    EXPECT_TRUE(until([] { return Client().ownerOf("CLIPBOARD") == XCB_NONE; }));
+    EXPECT_TRUE(Reader().paste("image/png").isRefused);
+}
 
 TEST(Clipboard, M21_AClipboardManagerTakesOurTextOver) {
     Owner manager(only("SAVE_TARGETS", {.bytes = "", .type = "NULL", .format = 32}), Owner::Manner::prompt,
@@ -1323,6 +1595,9 @@ TEST(Clipboard, WithoutAnXServerOurOwnWritesStillCount) {
     pasteboard.setString("ours");
     EXPECT_EQ(pasteboard.changeCount(), 1);
     EXPECT_EQ(pasteboard.string(), ZorbelKit::SharedText("ours"));
+    pasteboard.setPicture(pictureOf("ours"));
+    EXPECT_EQ(pasteboard.changeCount(), 2);
+    EXPECT_TRUE(pasteboard.hasPicture(PictureType::png));
     EXPECT_EQ(pasteboard.watchingHint(), "The clipboard of this desktop cannot be watched.");
 }
 

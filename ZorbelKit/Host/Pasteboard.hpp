@@ -47,7 +47,7 @@ public:
     /// can paste it for as long as this one runs.
     virtual void setString(const SharedText& text) = 0;
 
-    /// The same with this one picture, as a PNG.
+    /// The same with this one picture, as a PNG. An empty one is not copied: nothing changes.
     virtual void setPicture(const Picture& picture) = 0;
 
     /// What cannot be seen on this desktop, as a sentence for the user; empty where everything can.

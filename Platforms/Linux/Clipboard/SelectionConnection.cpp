@@ -17,6 +17,7 @@ constexpr std::array<std::string_view, static_cast<std::size_t>(SelectionName::c
     "ATOM_PAIR",
     "CLIPBOARD",
     "CLIPBOARD_MANAGER",
+    "image/png",
     "INCR",
     "MULTIPLE",
     "NULL",

@@ -22,6 +22,7 @@ enum class SelectionName : std::size_t {
     atomPair,
     clipboard,
     clipboardManager,
+    imagePng,
     incr,
     multiple,
     null,

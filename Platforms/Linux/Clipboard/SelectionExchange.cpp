@@ -7,6 +7,21 @@
 
 namespace Linux {
 
+namespace {
+
+/// What those see who read their own write.
+CopiedContent asCopied(const OfferedContent& content) {
+    CopiedContent result;
+    if (content.kind == OfferedContent::Kind::png) {
+        result.hasPng = true;
+    } else {
+        result.text = content.bytes;
+    }
+    return result;
+}
+
+} // namespace
+
 SelectionExchange::SelectionExchange()
     : wake_(::eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {
 }
@@ -20,10 +35,10 @@ std::shared_ptr<const SelectionExchange::Snapshot> SelectionExchange::snapshot()
     return snapshot_;
 }
 
-void SelectionExchange::write(const ZorbelKit::SharedText& text) {
+void SelectionExchange::write(const OfferedContent& content) {
     std::unique_lock lock(mutex_);
-    orders_.write = text;
-    set(lock, {.urls = {}, .text = text});
+    orders_.write = content;
+    set(lock, asCopied(content));
     wake();
 }
 
@@ -72,10 +87,10 @@ void SelectionExchange::confirmWatching(int watching) {
     answered_.notify_all();
 }
 
-void SelectionExchange::writeAgain(const ZorbelKit::SharedText& text) {
+void SelectionExchange::writeAgain(const OfferedContent& content) {
     const std::lock_guard lock(mutex_);
     if (!orders_.write) {
-        orders_.write = text;
+        orders_.write = content;
         wake();
     }
 }

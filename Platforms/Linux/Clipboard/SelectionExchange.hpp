@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Platforms/Linux/Clipboard/CopiedContent.hpp"
+#include "Platforms/Linux/Clipboard/OfferedContent.hpp"
 
 #include <condition_variable>
 #include <cstdint>
@@ -21,7 +22,7 @@ public:
     };
 
     struct Orders {
-        std::optional<ZorbelKit::SharedText> write; // to be offered to other programs
+        std::optional<OfferedContent> write; // to be offered to other programs
         bool isWatched = false;
         int watching = 0;      // how often watching has begun
         bool isEnding = false; // the program quits
@@ -35,7 +36,7 @@ public:
     // The main thread
 
     std::shared_ptr<const Snapshot> snapshot() const;
-    void write(const ZorbelKit::SharedText& text); // counts at once
+    void write(const OfferedContent& content); // counts at once
 
     /// Changes from before the return are none of the watching that begins. Waits until a thread that is
     /// there has taken notice; it is never kept by other programs.
@@ -53,8 +54,8 @@ public:
     Orders takeOrders();
     void confirmWatching(int watching);
 
-    /// Orders a text once more that was written before, unless something else was written since. Not counted.
-    void writeAgain(const ZorbelKit::SharedText& text);
+    /// Orders once more what was written before, unless something else was written since. Not counted.
+    void writeAgain(const OfferedContent& content);
 
     /// Counts a change by another program, unless we have written since: that is newer then.
     void publish(CopiedContent content);

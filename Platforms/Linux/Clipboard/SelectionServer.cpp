@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <array>
 #include <cstring>
+#include <iterator>
 #include <utility>
 #include <vector>
 
@@ -18,10 +19,6 @@ constexpr std::size_t longestAtOnce = 256 << 10;
 constexpr std::size_t mostTransfers = 256; // nobody pastes into so many programs
 constexpr std::size_t longestPairs = 4096; // bytes of a request for many targets
 
-std::string encoded(std::string_view text, bool isLatin1) {
-    return isLatin1 ? latin1(text) : std::string(text);
-}
-
 } // namespace
 
 SelectionServer::SelectionServer(const SelectionConnection& connection, ZorbelKit::Seconds stalledReader)
@@ -30,12 +27,36 @@ SelectionServer::SelectionServer(const SelectionConnection& connection, ZorbelKi
     , longestAtOnce_(std::min(longestAtOnce, connection.longestRequest() / 4)) {
 }
 
-void SelectionServer::offer(ZorbelKit::SharedText text, xcb_timestamp_t since) {
-    offer_ = Offer{std::move(text), since};
+void SelectionServer::offer(OfferedContent content, xcb_timestamp_t since) {
+    offer_ = Offer{std::move(content), since};
 }
 
 void SelectionServer::withdraw() {
     offer_.reset();
+}
+
+std::vector<SelectionServer::Form> SelectionServer::forms() const {
+    using enum SelectionName;
+    if (!offer_) {
+        return {};
+    }
+    const auto form = [this](SelectionName target, SelectionName type, Encoding encoding) {
+        return Form{connection_.atom(target), connection_.atom(type), encoding};
+    };
+    if (offer_->content.kind == OfferedContent::Kind::png) {
+        return {form(imagePng, imagePng, Encoding::none)};
+    }
+    return {form(utf8String, utf8String, Encoding::utf8), form(textPlainUtf8, textPlainUtf8, Encoding::utf8),
+            form(textPlain, textPlain, Encoding::utf8),
+            Form{XCB_ATOM_STRING, XCB_ATOM_STRING, Encoding::latin1}, form(text, utf8String, Encoding::utf8)};
+}
+
+std::vector<xcb_atom_t> SelectionServer::targets() const {
+    std::vector<xcb_atom_t> result;
+    for (const Form& form : forms()) {
+        result.push_back(form.target);
+    }
+    return result;
 }
 
 // Requests
@@ -74,11 +95,11 @@ bool SelectionServer::isAnswerable(const xcb_selection_request_event_t& request)
 bool SelectionServer::convert(xcb_window_t requestor, xcb_atom_t target, xcb_atom_t property) {
     using enum SelectionName;
     const auto is = [&](SelectionName name) { return target == connection_.atom(name); };
-    if (is(targets)) {
-        const std::array<std::uint32_t, 9> offered{
-            connection_.atom(targets),     connection_.atom(timestamp),    connection_.atom(multiple),
-            connection_.atom(saveTargets), connection_.atom(utf8String),   connection_.atom(textPlainUtf8),
-            connection_.atom(textPlain),   std::uint32_t{XCB_ATOM_STRING}, connection_.atom(text)};
+    if (is(SelectionName::targets)) {
+        std::vector<std::uint32_t> offered{connection_.atom(SelectionName::targets),
+                                           connection_.atom(timestamp), connection_.atom(multiple),
+                                           connection_.atom(saveTargets)};
+        std::ranges::copy(this->targets(), std::back_inserter(offered));
         connection_.setCardinals(requestor, property, XCB_ATOM_ATOM, offered);
         return true;
     }
@@ -91,16 +112,9 @@ bool SelectionServer::convert(xcb_window_t requestor, xcb_atom_t target, xcb_ato
         connection_.setCardinals(requestor, property, connection_.atom(null), {});
         return true;
     }
-    if (target == XCB_ATOM_STRING) {
-        return sendText(requestor, property, XCB_ATOM_STRING, Encoding::latin1);
-    }
-    if (is(utf8String) || is(text)) {
-        return sendText(requestor, property, connection_.atom(utf8String), Encoding::utf8);
-    }
-    if (is(textPlain) || is(textPlainUtf8)) {
-        return sendText(requestor, property, target, Encoding::utf8);
-    }
-    return false;
+    const auto offered = forms();
+    const auto form = std::ranges::find(offered, target, &Form::target);
+    return form != offered.end() && sendContent(requestor, property, *form);
 }
 
 bool SelectionServer::convertMany(xcb_window_t requestor, xcb_atom_t property) {
@@ -118,18 +132,26 @@ bool SelectionServer::convertMany(xcb_window_t requestor, xcb_atom_t property) {
     return true;
 }
 
-// Texts
+// The content
 
-bool SelectionServer::sendText(xcb_window_t requestor, xcb_atom_t property, xcb_atom_t type,
-                               Encoding encoding) {
-    const std::string_view text = offer_->text.view();
-    if (text.size() > longestAtOnce_) {
+bool SelectionServer::sendContent(xcb_window_t requestor, xcb_atom_t property, const Form& form) {
+    const ZorbelKit::SharedText& bytes = offer_->content.bytes;
+    if (bytes.size() > longestAtOnce_) {
         return beginTransfer(
             requestor, property,
-            {.text = offer_->text, .type = type, .encoding = encoding, .progress = Clock::now()});
+            {.bytes = bytes, .type = form.type, .encoding = form.encoding, .progress = Clock::now()});
     }
-    connection_.setBytes(requestor, property, type, encoded(text, encoding == Encoding::latin1));
+    sendBytes(requestor, property, form.type, form.encoding, bytes.view());
     return true;
+}
+
+void SelectionServer::sendBytes(xcb_window_t requestor, xcb_atom_t property, xcb_atom_t type,
+                                Encoding encoding, std::string_view bytes) const {
+    if (encoding == Encoding::latin1) {
+        connection_.setBytes(requestor, property, type, latin1(bytes));
+    } else {
+        connection_.setBytes(requestor, property, type, bytes);
+    }
 }
 
 bool SelectionServer::beginTransfer(xcb_window_t requestor, xcb_atom_t property, Transfer transfer) {
@@ -141,7 +163,7 @@ bool SelectionServer::beginTransfer(xcb_window_t requestor, xcb_atom_t property,
     xcb_change_window_attributes(connection_.get(), requestor, XCB_CW_EVENT_MASK, &mask);
     // At least so many bytes will come: a character of four in UTF-8 takes one in Latin-1.
     const std::array<std::uint32_t, 1> least{static_cast<std::uint32_t>(std::min<std::size_t>(
-        transfer.text.size() / (transfer.encoding == Encoding::latin1 ? 4 : 1), INT32_MAX))};
+        transfer.bytes.size() / (transfer.encoding == Encoding::latin1 ? 4 : 1), INT32_MAX))};
     connection_.setCardinals(requestor, property, connection_.atom(SelectionName::incr), least);
     transfers_.insert_or_assign({requestor, property}, std::move(transfer));
     return true;
@@ -157,13 +179,12 @@ void SelectionServer::takeChange(const xcb_property_notify_event_t& change) {
 void SelectionServer::sendPiece(Transfers::iterator place) {
     const auto [window, property] = place->first;
     Transfer& transfer = place->second;
-    const std::string_view rest = transfer.text.view().substr(transfer.sent);
-    const std::string_view piece = ZorbelKit::utf8::prefixOfBytes(rest, longestPiece);
-    if (transfer.encoding == Encoding::latin1) {
-        connection_.setBytes(window, property, transfer.type, latin1(piece));
-    } else {
-        connection_.setBytes(window, property, transfer.type, piece);
-    }
+    const std::string_view rest = transfer.bytes.view().substr(transfer.sent);
+    // Of a text each piece can be read by itself.
+    const std::string_view piece = transfer.encoding == Encoding::none
+                                       ? rest.substr(0, longestPiece)
+                                       : ZorbelKit::utf8::prefixOfBytes(rest, longestPiece);
+    sendBytes(window, property, transfer.type, transfer.encoding, piece);
     transfer.sent += piece.size();
     transfer.progress = Clock::now();
     if (piece.empty()) { // that was the end

@@ -106,13 +106,15 @@ void SelectionWorker::takeOwnerChange(const xcb_xfixes_selection_notify_event_t&
     if (isClaiming()) {
         return; // it came before what we have written
     }
+    if (change.subtype != XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER) {
+        reader_.abandon(); // the program has ended, which changes nothing; if it is us, what is ours stays so
+        return;
+    }
     server_.withdraw();
     if (!isWatched_) {
         return;
     }
-    if (change.subtype != XCB_XFIXES_SELECTION_EVENT_SET_SELECTION_OWNER) {
-        reader_.abandon(); // the program has ended, which changes nothing
-    } else if (change.owner == XCB_WINDOW_NONE) {
+    if (change.owner == XCB_WINDOW_NONE) {
         reader_.abandon();
         exchange_.publish({});
     } else {
@@ -184,12 +186,12 @@ void SelectionWorker::claim(xcb_timestamp_t now) {
     if (!claimed_) {
         return;
     }
-    const ZorbelKit::SharedText text = *std::exchange(claimed_, std::nullopt);
+    OfferedContent content = *std::exchange(claimed_, std::nullopt);
     xcb_set_selection_owner(connection_->get(), connection_->window(),
                             connection_->atom(SelectionName::clipboard), now);
     if (connection_->owner(SelectionName::clipboard) == connection_->window()) {
         ++announcements_;
-        server_.offer(text, now);
+        server_.offer(std::move(content), now);
     } else {
         server_.withdraw(); // another program was quicker; its change is about to arrive
     }
@@ -221,11 +223,8 @@ void SelectionWorker::handOver() {
         handover_ = Handover::done;
         return;
     }
-    const std::array<std::uint32_t, 5> wanted{connection_->atom(utf8String), connection_->atom(textPlainUtf8),
-                                              connection_->atom(textPlain), std::uint32_t{XCB_ATOM_STRING},
-                                              connection_->atom(text)};
     connection_->setCardinals(connection_->window(), connection_->atom(SelectionName::handover),
-                              XCB_ATOM_ATOM, wanted);
+                              XCB_ATOM_ATOM, server_.targets());
     xcb_convert_selection(connection_->get(), connection_->window(), connection_->atom(clipboardManager),
                           connection_->atom(saveTargets), connection_->atom(SelectionName::handover),
                           XCB_CURRENT_TIME);

@@ -1,10 +1,10 @@
 #pragma once
 
+#include "Platforms/Linux/Clipboard/OfferedContent.hpp"
 #include "Platforms/Linux/Clipboard/SelectionConnection.hpp"
 #include "Platforms/Linux/Clipboard/SelectionExchange.hpp"
 #include "Platforms/Linux/Clipboard/SelectionReader.hpp"
 #include "Platforms/Linux/Clipboard/SelectionServer.hpp"
-#include "ZorbelKit/SharedText.hpp"
 #include "ZorbelKit/Time.hpp"
 
 #include <xcb/xfixes.h>
@@ -36,7 +36,7 @@ public:
     bool run();
 
     /// What should be there to be pasted: for the next one to offer where this one has lost its connection.
-    std::optional<ZorbelKit::SharedText> text() const { return claimed_ ? claimed_ : server_.text(); }
+    std::optional<OfferedContent> content() const { return claimed_ ? claimed_ : server_.content(); }
 
 private:
     using Clock = std::chrono::steady_clock;
@@ -66,9 +66,9 @@ private:
 
     bool isBereft_ = false; // a window of ours was destroyed, and what was selected for it went with it
     bool isWatched_ = false;
-    std::optional<int> watching_;                  // how often it has begun, as far as we know
-    std::optional<ZorbelKit::SharedText> claimed_; // to be offered once the server's time is known
-    int announcements_ = 0;                        // of our ownership that are still to come
+    std::optional<int> watching_;           // how often it has begun, as far as we know
+    std::optional<OfferedContent> claimed_; // to be offered once the server's time is known
+    int announcements_ = 0;                 // of our ownership that are still to come
 
     enum class Handover { none, asked, done };
     bool isEnding_ = false;

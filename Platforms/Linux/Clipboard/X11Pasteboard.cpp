@@ -1,5 +1,6 @@
 #include "Platforms/Linux/Clipboard/X11Pasteboard.hpp"
 
+#include "Platforms/Linux/Clipboard/OfferedContent.hpp"
 #include "Platforms/Linux/Clipboard/SelectionConnection.hpp"
 #include "Platforms/Linux/Clipboard/SelectionExchange.hpp"
 #include "Platforms/Linux/Clipboard/SelectionWorker.hpp"
@@ -32,7 +33,7 @@ public:
     ~Link();
 
     ZorbelKit::Token watch();
-    void write(const ZorbelKit::SharedText& text);
+    void write(const OfferedContent& content);
 
     std::shared_ptr<const SelectionExchange::Snapshot> snapshot() const { return exchange_.snapshot(); }
     bool isReachable();
@@ -72,8 +73,8 @@ void X11Pasteboard::Link::unwatch() {
     }
 }
 
-void X11Pasteboard::Link::write(const ZorbelKit::SharedText& text) {
-    exchange_.write(text);
+void X11Pasteboard::Link::write(const OfferedContent& content) {
+    exchange_.write(content);
     serve();
 }
 
@@ -112,9 +113,9 @@ void X11Pasteboard::Link::work(std::unique_ptr<SelectionConnection> connection) 
         }
         std::this_thread::sleep_for(reconnectionPause);
         connection = SelectionConnection::open(display_);
-        const auto text = worker.text();
-        if (text && connection && connection->owner(SelectionName::clipboard) == XCB_WINDOW_NONE) {
-            exchange_.writeAgain(*text);
+        const auto content = worker.content();
+        if (content && connection && connection->owner(SelectionName::clipboard) == XCB_WINDOW_NONE) {
+            exchange_.writeAgain(*content);
         }
     }
     exchange_.giveUpServing();
@@ -159,10 +160,13 @@ bool X11Pasteboard::hasPicture(ZorbelKit::PictureType type) const {
 }
 
 void X11Pasteboard::setString(const ZorbelKit::SharedText& text) {
-    link_->write(text);
+    link_->write({OfferedContent::Kind::text, text});
 }
 
-void X11Pasteboard::setPicture(const ZorbelKit::Picture& /*picture*/) {
+void X11Pasteboard::setPicture(const ZorbelKit::Picture& picture) {
+    if (!picture.isEmpty()) {
+        link_->write({OfferedContent::Kind::png, picture.png()});
+    }
 }
 
 std::string X11Pasteboard::watchingHint() const {

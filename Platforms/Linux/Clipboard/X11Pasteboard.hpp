@@ -9,7 +9,7 @@
 namespace Linux {
 
 /// The CLIPBOARD selection of an X server. All talk with other programs happens on a thread and an X
-/// connection of its own, which exist only while somebody watches or a text of ours is there to be pasted;
+/// connection of its own, which exist only while somebody watches or something of ours is there to be pasted;
 /// this object hands finished things over to it and back, and never waits.
 ///
 /// Counted as a change: a new owner, once its content has arrived or is known not to be for us; an owner that
@@ -20,7 +20,7 @@ public:
     struct Limits {
         ZorbelKit::Seconds stalledOwner{5};   // without a further piece of a text that comes in pieces
         ZorbelKit::Seconds stalledReader{10}; // without fetching the next piece from us
-        ZorbelKit::Seconds handover{1};       // for a clipboard manager to take our text over at the end
+        ZorbelKit::Seconds handover{1};       // for a clipboard manager to take over what is ours at the end
         std::size_t longestText = std::size_t{256} << 20; // bytes; a longer one reads as nothing
     };
 
@@ -29,7 +29,7 @@ public:
     X11Pasteboard(const char* display, const Limits& limits);
     X11Pasteboard(const X11Pasteboard&) = delete;
     X11Pasteboard& operator=(const X11Pasteboard&) = delete;
-    ~X11Pasteboard() override; // hands a text of ours over to the clipboard manager, where there is one
+    ~X11Pasteboard() override; // hands what is ours over to the clipboard manager, where there is one
 
     ZorbelKit::Token watch() override;
     std::int64_t changeCount() const override;
