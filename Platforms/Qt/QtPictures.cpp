@@ -1,22 +1,121 @@
 #include "Platforms/Qt/QtPictures.hpp"
 
 #include <QBuffer>
+#include <QByteArrayView>
+#include <QColorSpace>
 #include <QFile>
 #include <QImageReader>
 #include <QSaveFile>
-#include <QStandardPaths>
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
 
 #include <algorithm>
+#include <array>
+#include <cstdint>
+#include <cstdlib>
+#include <string>
+#include <string_view>
 #include <system_error>
 
 namespace QtPlatform {
 
 using ZorbelKit::Picture;
 using ZorbelKit::Pixels;
+using ZorbelKit::SharedText;
+namespace fs = std::filesystem;
 
 namespace {
 
-constexpr int quickly = 70; // of 100, where 100 means no compression
+using namespace std::string_view_literals;
+
+// A PNG begins with its signature and the chunk that tells its size, and ends with a chunk that is always the
+// same.
+constexpr std::string_view beginning = "\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR"sv;
+constexpr std::string_view ending = "\0\0\0\0IEND\xAE\x42\x60\x82"sv;
+constexpr std::size_t headSize = beginning.size() + 8; // with width and height
+
+constexpr int leastEffort = 80;             // of 100, where 100 means no compression
+constexpr int leastEffortOfCompression = 1; // of 9
+constexpr std::int64_t mostBytesOfPixel = 8;
+
+// Reading
+
+/// An open file, closed again with this; none where there is no regular file. Pipes, devices and folders are
+/// left alone: opening some of them blocks, or does something.
+bool openRegular(QFile& file, const fs::path& path) {
+    std::error_code ignored;
+    if (!fs::is_regular_file(path, ignored)) {
+        return false;
+    }
+    const int descriptor = ::open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK | O_NOCTTY);
+    if (descriptor < 0) {
+        return false;
+    }
+    // Another file may stand there by now.
+    struct stat status {};
+    const bool isRegular = ::fstat(descriptor, &status) == 0 && S_ISREG(status.st_mode);
+    if (!isRegular ||
+        !file.open(descriptor, QIODevice::ReadOnly | QIODevice::Unbuffered, QFileDevice::AutoCloseHandle)) {
+        ::close(descriptor);
+        return false;
+    }
+    return true;
+}
+
+std::int64_t number(std::string_view bytes) {
+    std::int64_t value = 0;
+    for (const char byte : bytes.substr(0, 4)) {
+        value = value << 8 | static_cast<unsigned char>(byte);
+    }
+    return value;
+}
+
+/// Whether a file that begins so says that it is the PNG of a picture that is not too large: known before
+/// room is made for any of it.
+bool isAcceptable(std::string_view head) {
+    if (head.size() != headSize || !head.starts_with(beginning)) {
+        return false;
+    }
+    const std::int64_t width = number(head.substr(beginning.size()));
+    const std::int64_t height = number(head.substr(beginning.size() + 4));
+    return width > 0 && height > 0 && width <= QtPictures::longestSide && height <= QtPictures::longestSide &&
+           width * height <= QtPictures::mostPixels;
+}
+
+/// The first so many bytes; fewer where there are no more.
+void fill(std::string& bytes, QFile& file, std::size_t size) {
+    const std::size_t before = bytes.size();
+    bytes.resize(size);
+    const qint64 count = file.read(bytes.data() + before, static_cast<qint64>(size - before));
+    bytes.resize(before + static_cast<std::size_t>(std::max<qint64>(count, 0)));
+}
+
+/// The library's limit holds for the whole process and is lower than a desk of large screens needs.
+void raiseLimitOfReader() {
+    constexpr int needed = QtPictures::mostPixels * mostBytesOfPixel / (1 << 20) + 1; // MiB
+    static const bool isRaised = [] {
+        if (QImageReader::allocationLimit() < needed) {
+            QImageReader::setAllocationLimit(needed);
+        }
+        return true;
+    }();
+    static_cast<void>(isRaised);
+}
+
+/// All pixels; null where these bytes are no whole PNG.
+QImage decoded(std::string_view png) {
+    raiseLimitOfReader();
+    QByteArray bytes = QByteArray::fromRawData(png.data(), static_cast<qsizetype>(png.size()));
+    QBuffer buffer(&bytes);
+    buffer.open(QIODevice::ReadOnly);
+    QImageReader reader(&buffer, "png");
+    reader.setAutoDetectImageFormat(false); // nothing else is tried where it is none
+    QImage image = reader.read();
+    // The library makes up for an end that is missing.
+    const bool isWhole = png.substr(0, static_cast<std::size_t>(buffer.pos())).ends_with(ending);
+    return isWhole ? image : QImage();
+}
 
 Pixels previewOf(const QImage& image) {
     const bool isSmall = image.width() <= Picture::previewWidth && image.height() <= Picture::previewHeight;
@@ -25,6 +124,7 @@ Pixels previewOf(const QImage& image) {
                                                  Qt::KeepAspectRatio, Qt::SmoothTransformation))
                              .convertToFormat(QImage::Format_ARGB32);
     Pixels result{small.width(), small.height(), {}};
+    result.argb.reserve(static_cast<std::size_t>(small.width()) * static_cast<std::size_t>(small.height()));
     for (int row = 0; row < small.height(); ++row) {
         const auto* line = reinterpret_cast<const QRgb*>(small.constScanLine(row));
         result.argb.insert(result.argb.end(), line, line + small.width());
@@ -32,33 +132,172 @@ Pixels previewOf(const QImage& image) {
     return result;
 }
 
-ZorbelKit::SharedText pngOf(const QImage& image) {
+// Writing
+
+constexpr std::array<std::uint32_t, 256> remainders() {
+    std::array<std::uint32_t, 256> table{};
+    for (std::uint32_t byte = 0; byte < table.size(); ++byte) {
+        std::uint32_t remainder = byte;
+        for (int bit = 0; bit < 8; ++bit) {
+            remainder = remainder >> 1 ^ ((remainder & 1) != 0 ? 0xEDB88320U : 0);
+        }
+        table[byte] = remainder;
+    }
+    return table;
+}
+
+/// The check sum of a chunk (CRC-32).
+std::uint32_t checkSum(std::string_view bytes) {
+    static constexpr auto table = remainders();
+    std::uint32_t sum = ~std::uint32_t{0};
+    for (const char byte : bytes) {
+        sum = table[(sum ^ static_cast<unsigned char>(byte)) & 0xFF] ^ sum >> 8;
+    }
+    return ~sum;
+}
+
+void appendNumber(std::string& bytes, std::uint32_t value) {
+    for (const int shift : {24, 16, 8, 0}) {
+        bytes += static_cast<char>(value >> shift & 0xFF);
+    }
+}
+
+void appendChunk(std::string& png, std::string_view type, QByteArrayView content) {
+    appendNumber(png, static_cast<std::uint32_t>(content.size()));
+    const std::size_t begin = png.size();
+    png += type;
+    png.append(content.data(), static_cast<std::size_t>(content.size()));
+    appendNumber(png, checkSum(std::string_view(png).substr(begin)));
+}
+
+bool isOpaque(const QImage& image) {
+    for (int row = 0; row < image.height(); ++row) {
+        const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(row));
+        QRgb all = ~QRgb{0};
+        for (int column = 0; column < image.width(); ++column) {
+            all &= line[column];
+        }
+        if (qAlpha(all) != 0xFF) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/// Whether colours of eight bits and nothing else say all there is to it, as with what a screen shows.
+bool isPlain(const QImage& image) {
+    return !image.colorSpace().isValid() && (image.format() == QImage::Format_RGB32 ||
+                                             (image.format() == QImage::Format_ARGB32 && isOpaque(image)));
+}
+
+/// The rows of a plain picture, each pixel as its difference to the one on the left.
+QByteArray differences(const QImage& image) {
+    constexpr char toTheLeft = 1;
+    QByteArray rows((qsizetype{image.width()} * 3 + 1) * image.height(), Qt::Uninitialized);
+    char* next = rows.data();
+    for (int row = 0; row < image.height(); ++row) {
+        const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(row));
+        *next++ = toTheLeft;
+        QRgb left = 0;
+        for (int column = 0; column < image.width(); ++column) {
+            const QRgb pixel = line[column];
+            *next++ = static_cast<char>(qRed(pixel) - qRed(left));
+            *next++ = static_cast<char>(qGreen(pixel) - qGreen(left));
+            *next++ = static_cast<char>(qBlue(pixel) - qBlue(left));
+            left = pixel;
+        }
+    }
+    return rows;
+}
+
+/// The library tries every way to write each row, which takes nearly twice as long for a file hardly smaller.
+std::string plainPng(const QImage& image) {
+    const QByteArray compressed = qCompress(differences(image), leastEffortOfCompression);
+    constexpr qsizetype prefix = 4; // bytes of qCompress's own
+    constexpr qsizetype longestChunk = INT32_MAX;
+    if (compressed.size() <= prefix || compressed.size() - prefix > longestChunk) {
+        return {};
+    }
+    constexpr std::size_t besideThat = 64; // with the other chunks
+    std::string png;
+    png.reserve(static_cast<std::size_t>(compressed.size()) + besideThat); // or it would grow to twice that
+    png += beginning;
+    appendNumber(png, static_cast<std::uint32_t>(image.width()));
+    appendNumber(png, static_cast<std::uint32_t>(image.height()));
+    png += "\x08\x02\0\0\0"sv; // bits of a colour; red, green and blue; no choice for the rest
+    appendNumber(png, checkSum(std::string_view(png).substr(beginning.size() - 4)));
+    appendChunk(png, "IDAT", QByteArrayView(compressed).sliced(prefix));
+    png += ending;
+    return png;
+}
+
+/// Empty where it cannot be done.
+SharedText pngOf(const QImage& image) {
+    if (isPlain(image)) {
+        return plainPng(image);
+    }
     QByteArray bytes;
     QBuffer buffer(&bytes);
     buffer.open(QIODevice::WriteOnly);
-    return image.save(&buffer, "PNG", quickly) ? bytes.toStdString() : std::string();
+    return image.save(&buffer, "PNG", leastEffort) ? bytes.toStdString() : std::string();
+}
+
+// Places
+
+/// Whether it is a folder that no other user can look into.
+bool isPrivate(const char* folder) {
+    struct stat status {};
+    return ::stat(folder, &status) == 0 && S_ISDIR(status.st_mode) && status.st_uid == ::geteuid() &&
+           (status.st_mode & (S_IRWXG | S_IRWXO)) == 0;
+}
+
+fs::path temporaryFolder() {
+    const char* runtime = std::getenv("XDG_RUNTIME_DIR");
+    if (runtime && *runtime == '/' && isPrivate(runtime)) {
+        return runtime;
+    }
+    std::error_code error;
+    const fs::path folder = fs::temp_directory_path(error);
+    return error ? "/tmp" : folder;
 }
 
 } // namespace
 
-std::optional<Picture> QtPictures::read(const std::filesystem::path& path) const {
-    QFile file(QString::fromStdString(path.string()));
-    if (!file.open(QIODevice::ReadOnly)) {
+std::optional<Picture> QtPictures::read(const fs::path& path) const {
+    QFile file;
+    if (!openRegular(file, path) || file.size() > longestFile) {
         return std::nullopt;
     }
-    const QByteArray bytes = file.readAll();
-    const QImage image = QImage::fromData(bytes, "PNG");
+    std::string bytes;
+    fill(bytes, file, headSize);
+    if (!isAcceptable(bytes)) {
+        return std::nullopt;
+    }
+    fill(bytes, file, std::max(headSize, static_cast<std::size_t>(file.size())));
+    const QImage image = decoded(bytes);
     if (image.isNull()) {
         return std::nullopt;
     }
     return Picture({.width = image.width(),
                     .height = image.height(),
-                    .png = bytes.toStdString(),
+                    .png = std::move(bytes),
                     .preview = previewOf(image)});
 }
 
 Picture QtPictures::compacted(const Picture& picture) const {
-    return picture.isCompact() ? picture : QtPictures::picture(image(picture));
+    if (picture.isCompact()) {
+        return picture;
+    }
+    const QImage all = image(picture);
+    const SharedText png = all.isNull() ? SharedText() : pngOf(all);
+    if (png.size() == 0) {
+        return picture;
+    }
+    return Picture({.width = picture.width(),
+                    .height = picture.height(),
+                    .png = png.size() < picture.png().size() ? png : picture.png(),
+                    .preview = picture.preview(),
+                    .isCompact = true});
 }
 
 Picture QtPictures::blank(int width, int height) const {
@@ -67,39 +306,45 @@ Picture QtPictures::blank(int width, int height) const {
     return picture(image);
 }
 
-bool QtPictures::write(const Picture& picture, const std::filesystem::path& path) const {
-    QSaveFile file(QString::fromStdString(path.string()));
-    const auto png = picture.png();
-    return file.open(QIODevice::WriteOnly) &&
-           file.write(png.view().data(), static_cast<qint64>(png.size())) ==
-               static_cast<qint64>(png.size()) &&
-           file.commit();
-}
-
-std::filesystem::path QtPictures::temporaryFile(const std::string& name) const {
-    return std::filesystem::temp_directory_path() / name;
-}
-
-void QtPictures::remove(const std::filesystem::path& file) const {
+bool QtPictures::write(const Picture& picture, const fs::path& path) const {
     std::error_code ignored;
-    std::filesystem::remove(file, ignored);
+    const fs::file_status there = fs::status(path, ignored);
+    if (picture.isEmpty() || (fs::exists(there) && !fs::is_regular_file(there))) {
+        return false; // a device or a pipe would be replaced by a file
+    }
+    QSaveFile file(QString::fromStdString(path.string()));
+    const SharedText png = picture.png();
+    const auto size = static_cast<qint64>(png.size());
+    return file.open(QIODevice::WriteOnly) && file.write(png.view().data(), size) == size && file.commit();
+}
+
+fs::path QtPictures::temporaryFile(const std::string& name) const {
+    const fs::path path = temporaryFolder() / name;
+    // Who writes into a file that is there already leaves its permissions as they are.
+    QFile file(QString::fromStdString(path.string()));
+    static_cast<void>(file.open(QIODevice::WriteOnly | QIODevice::NewOnly,
+                                QFileDevice::ReadOwner | QFileDevice::WriteOwner));
+    return path;
+}
+
+void QtPictures::remove(const fs::path& file) const {
+    ::unlink(file.c_str()); // and no folder, not even an empty one
 }
 
 Picture QtPictures::picture(const QImage& image) {
-    if (image.isNull()) {
+    SharedText png = image.isNull() ? SharedText() : pngOf(image);
+    if (png.size() == 0) {
         return {};
     }
     return Picture({.width = image.width(),
                     .height = image.height(),
-                    .png = pngOf(image),
+                    .png = std::move(png),
                     .preview = previewOf(image),
                     .isCompact = true});
 }
 
 QImage QtPictures::image(const Picture& picture) {
-    const auto png = picture.png();
-    return QImage::fromData(reinterpret_cast<const uchar*>(png.view().data()), static_cast<int>(png.size()),
-                            "PNG");
+    return decoded(picture.png().view());
 }
 
 } // namespace QtPlatform
