@@ -2,6 +2,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <ctime>
 #include <memory>
 #include <unicode/brkiter.h>
 #include <unicode/bytestream.h>
@@ -9,6 +10,7 @@
 #include <unicode/datefmt.h>
 #include <unicode/locid.h>
 #include <unicode/normalizer2.h>
+#include <unicode/simpletz.h>
 #include <unicode/utext.h>
 
 namespace Linux {
@@ -32,6 +34,16 @@ std::string composed(std::string_view text, UErrorCode& status) {
     icu::StringByteSink<std::string> sink(&result, static_cast<std::int32_t>(text.size()));
     icu::Normalizer2::getNFCInstance(status)->normalizeUTF8(0, piece(text), sink, nullptr, status);
     return result;
+}
+
+/// How far the user's clocks are ahead of the world's at a moment, in milliseconds. ICU would keep to the
+/// zone that it has met first, wherever the user goes.
+std::int32_t offsetOfZone(ZorbelKit::TimePoint moment) {
+    const std::time_t seconds = std::chrono::floor<std::chrono::seconds>(moment).time_since_epoch().count();
+    std::tm local{};
+    ::tzset();
+    ::localtime_r(&seconds, &local);
+    return static_cast<std::int32_t>(local.tm_gmtoff * 1000);
 }
 
 } // namespace
@@ -78,15 +90,20 @@ std::string_view IcuLanguage::prefix(std::string_view text, std::size_t characte
 }
 
 std::string IcuLanguage::dateAndTime(ZorbelKit::TimePoint moment) const {
-    const std::unique_ptr<icu::DateFormat> format(icu::DateFormat::createDateTimeInstance(
-        icu::DateFormat::kMedium, icu::DateFormat::kMedium, icu::Locale(locale_.c_str())));
-    std::string result;
-    if (format) {
-        icu::UnicodeString text;
-        format->format(std::chrono::duration<UDate, std::milli>(moment.time_since_epoch()).count(), text);
-        text.toUTF8String(result);
+    UErrorCode status = U_ZERO_ERROR;
+    const std::unique_ptr<icu::DateFormat> format(
+        icu::DateFormat::createInstanceForSkeleton("yMMMdjms", icu::Locale(locale_.c_str()), status));
+    if (U_FAILURE(status)) {
+        return {};
     }
-    return result;
+    format->adoptTimeZone(
+        std::make_unique<icu::SimpleTimeZone>(offsetOfZone(moment), icu::UnicodeString()).release());
+    icu::UnicodeString text;
+    format->format(std::chrono::duration<UDate, std::milli>(moment.time_since_epoch()).count(), text);
+    constexpr char16_t narrowSpace = u'\u202F'; // which cannot be typed, and stands before AM and PM
+    text.findAndReplace(narrowSpace, u' ');
+    std::string result;
+    return text.toUTF8String(result);
 }
 
 } // namespace Linux

@@ -1,10 +1,17 @@
 #include "Platforms/Linux/IcuLanguage.hpp"
+#include "Tests/TimeZone.hpp"
 
 #include <gtest/gtest.h>
 
+#include <atomic>
+#include <chrono>
 #include <string>
+#include <thread>
+#include <vector>
 
 using Linux::IcuLanguage;
+using ZorbelKit::TimePoint;
+using namespace std::chrono_literals;
 
 namespace {
 
@@ -105,4 +112,100 @@ TEST(IcuLanguage, APlainTextIsCutLikeAnyOther) {
     EXPECT_EQ(language.prefix(plain + "é", 400).size(), 400U);
     const std::string accented = std::string(399, 'x') + "e\xCC\x81" + plain;
     EXPECT_EQ(language.prefix(accented, 400).size(), 402U) << "the accent is the 401st byte";
+}
+
+// Dates
+
+namespace {
+
+TimePoint utc(int year, unsigned month, unsigned day, std::chrono::nanoseconds time) {
+    return std::chrono::sys_days(std::chrono::year(year) / std::chrono::month(month) /
+                                 std::chrono::day(day)) +
+           time;
+}
+
+TimePoint evening() {
+    return utc(2026, 11, 21, 21h + 56min + 7s + 999ms);
+}
+
+} // namespace
+
+TEST(IcuLanguage, SaysDateAndTimeAsTheUserDoes) {
+    const TimeZone zone("UTC");
+    const struct {
+        const char* locale;
+        std::string text;
+    } rows[] = {
+        {"en_US", "Nov 21, 2026, 9:56:07 PM"},  {"en_GB", "21 Nov 2026, 21:56:07"},
+        {"de_DE", "21. Nov. 2026, 21:56:07"},   {"ja_JP", "2026年11月21日 21:56:07"},
+        {"ar_EG", "٢١ نوفمبر ٢٠٢٦، ٩:٥٦:٠٧ م"}, {"C", "Nov 21, 2026, 21:56:07"},
+        {"xx_YY", "Nov 21, 2026, 21:56:07"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.locale);
+        EXPECT_EQ(IcuLanguage(row.locale).dateAndTime(evening()), row.text);
+    }
+}
+
+TEST(IcuLanguage, NoLocaleLeavesADateOut) {
+    const TimeZone zone("UTC");
+    for (const char* locale : {"", "not a locale at all", "en_US@calendar=buddhist", "\xFF\xFE"}) {
+        SCOPED_TRACE(locale);
+        EXPECT_NE(IcuLanguage(locale).dateAndTime(evening()).find("56:07"), std::string::npos);
+    }
+}
+
+TEST(IcuLanguage, ATimeIsThatOfTheUsersZone) {
+    const struct {
+        const char* name;
+        const char* zone;
+        TimePoint moment;
+        std::string text;
+    } rows[] = {
+        {"east, the next day", "Asia/Kolkata", evening(), "22 Nov 2026, 03:26:07"},
+        {"west", "America/St_Johns", evening(), "21 Nov 2026, 18:26:07"},
+        {"as far east as it goes", "Pacific/Kiritimati", evening(), "22 Nov 2026, 11:56:07"},
+        {"the last second of winter", "Europe/London", utc(2026, 3, 29, 0h + 59min + 59s),
+         "29 Mar 2026, 00:59:59"},
+        {"the first of summer", "Europe/London", utc(2026, 3, 29, 1h), "29 Mar 2026, 02:00:00"},
+        {"the hour that comes twice", "Europe/London", utc(2026, 10, 25, 0h + 30min),
+         "25 Oct 2026, 01:30:00"},
+        {"the second time", "Europe/London", utc(2026, 10, 25, 1h + 30min), "25 Oct 2026, 01:30:00"},
+        {"a zone that nobody knows", "Nowhere/At_All", evening(), "21 Nov 2026, 21:56:07"},
+        {"before zones there were", "Europe/London", utc(1700, 1, 1, 12h), "1 Jan 1700, 11:58:45"},
+        {"before the world's time began", "UTC", utc(1969, 12, 31, 23h + 59min + 59s + 1ns),
+         "31 Dec 1969, 23:59:59"},
+        {"far ahead", "UTC", utc(2261, 12, 31, 23h + 59min + 59s), "31 Dec 2261, 23:59:59"},
+    };
+    const IcuLanguage language("en_GB");
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const TimeZone zone(row.zone);
+        EXPECT_EQ(language.dateAndTime(row.moment), row.text);
+    }
+}
+
+TEST(IcuLanguage, TheFirstAndTheLastMomentHaveADate) {
+    const TimeZone zone("UTC");
+    const IcuLanguage language("en_GB");
+    EXPECT_EQ(language.dateAndTime(TimePoint::min()), "21 Sept 1677, 00:12:43");
+    EXPECT_EQ(language.dateAndTime(TimePoint::max()), "11 Apr 2262, 23:47:16");
+}
+
+TEST(IcuLanguage, SeveralThreadsMayAskAtOnce) {
+    const TimeZone zone("UTC");
+    const IcuLanguage language("en_GB");
+    std::atomic<int> right = 0;
+    std::vector<std::thread> threads;
+    for (int thread = 0; thread < 4; ++thread) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 50; ++round) {
+                right += language.dateAndTime(evening()) == "21 Nov 2026, 21:56:07" ? 1 : 0;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(right, 200);
 }
