@@ -33,6 +33,10 @@ if(NOT APPLE)
     add_link_options(-Wl,--gc-sections -Wl,-O1 -Wl,--as-needed)
 endif()
 
+# Where programs look for what they load when it is needed: in the build folder, and beside an installed program.
+set(CMAKE_BUILD_RPATH "${CMAKE_BINARY_DIR}/lib/zorbel")
+set(CMAKE_INSTALL_RPATH "$ORIGIN/../lib/zorbel")
+
 # zorbel_library(NAME source…): a static library whose headers are included as "NAME/Header.hpp".
 function(zorbel_library name)
     add_library(${name} STATIC ${ARGN})

@@ -1,0 +1,95 @@
+#include "Platforms/Linux/Text/LineReader.hpp"
+
+#include <leptonica/allheaders.h>
+#include <tesseract/baseapi.h>
+#include <tesseract/ocrclass.h>
+
+#include <exception>
+
+namespace Linux {
+
+namespace {
+
+class TesseractLineReader : public LineReader {
+public:
+    bool start(const char* dataFolder, const char* languages) {
+        // Some of what it has to say it says while it starts.
+        engine_.SetVariable("debug_file", "/dev/null");
+        // Screens hold names, paths and code: words are not bent towards those of a dictionary.
+        const std::vector<std::string> names{"load_system_dawg", "load_freq_dawg", "load_unambig_dawg",
+                                             "load_punc_dawg",   "load_number_dawg", "load_bigram_dawg"};
+        const std::vector<std::string> values(names.size(), "0");
+        if (engine_.Init(dataFolder, languages, tesseract::OEM_LSTM_ONLY, nullptr, 0, &names, &values,
+                         false) != 0) {
+            return false;
+        }
+        engine_.SetVariable("debug_file", "/dev/null");
+        engine_.SetVariable("tessedit_do_invert", "0");
+        engine_.SetPageSegMode(tesseract::PSM_SINGLE_LINE);
+        return true;
+    }
+
+    LineReading read(const GreyPicture& line, const std::atomic<bool>& isCancelled) noexcept override {
+        try {
+            engine_.SetImage(line.grey.data(), line.width, line.height, 1, line.width);
+            engine_.SetSourceResolution(resolution);
+            tesseract::ETEXT_DESC monitor;
+            monitor.cancel = [](void* cancelled, int) {
+                return static_cast<const std::atomic<bool>*>(cancelled)->load();
+            };
+            monitor.cancel_this = const_cast<std::atomic<bool>*>(&isCancelled);
+            if (engine_.Recognize(&monitor) != 0 || isCancelled) {
+                return {};
+            }
+            return words();
+        } catch (const std::exception&) {
+            return {};
+        }
+    }
+
+    void clear() noexcept override {
+        engine_.Clear();
+        engine_.ClearAdaptiveClassifier();
+    }
+
+private:
+    static constexpr int resolution = 200; // dots per inch, as far as the engine is concerned
+
+    LineReading words() {
+        LineReading reading;
+        const std::unique_ptr<char[]> text(engine_.GetUTF8Text());
+        if (!text) {
+            return reading;
+        }
+        for (const char* letter = text.get(); *letter; ++letter) {
+            const bool isSpace = *letter == '\n' || *letter == '\f' || *letter == ' ';
+            if (!isSpace) {
+                reading.text += *letter;
+            } else if (!reading.text.empty() && reading.text.back() != ' ') {
+                reading.text += ' ';
+            }
+        }
+        while (!reading.text.empty() && reading.text.back() == ' ') {
+            reading.text.pop_back();
+        }
+        reading.confidence = static_cast<float>(engine_.MeanTextConf());
+        return reading;
+    }
+
+    tesseract::TessBaseAPI engine_;
+};
+
+} // namespace
+
+extern "C" __attribute__((visibility("default"))) LineReader* zorbelLineReader(const char* dataFolder,
+                                                                              const char* languages) {
+    try {
+        setMsgSeverity(L_SEVERITY_NONE);
+        auto reader = std::make_unique<TesseractLineReader>();
+        return reader->start(dataFolder, languages) ? reader.release() : nullptr;
+    } catch (const std::exception&) {
+        return nullptr;
+    }
+}
+
+} // namespace Linux
