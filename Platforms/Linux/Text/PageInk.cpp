@@ -14,13 +14,10 @@ constexpr int red(Colour colour) { return static_cast<int>(colour >> 16 & 0xff);
 constexpr int green(Colour colour) { return static_cast<int>(colour >> 8 & 0xff); }
 constexpr int blue(Colour colour) { return static_cast<int>(colour & 0xff); }
 
-// Neighbours that differ by no more belong to one surface: a gradient, or a flat colour that was dithered.
-constexpr int surfaceStep = 4; // of 255, of each colour
-
-bool areAlike(Colour one, Colour other) {
-    return one == other || (std::abs(red(one) - red(other)) <= surfaceStep &&
-                            std::abs(green(one) - green(other)) <= surfaceStep &&
-                            std::abs(blue(one) - blue(other)) <= surfaceStep);
+bool areAlike(Colour one, Colour other, int step) {
+    return one == other ||
+           (std::abs(red(one) - red(other)) <= step && std::abs(green(one) - green(other)) <= step &&
+            std::abs(blue(one) - blue(other)) <= step);
 }
 
 int distance(Colour one, Colour other) {
@@ -74,14 +71,14 @@ struct Surface {
 };
 
 /// Whether things are written on it, rather than it being a stroke of a letter.
-bool isGround(const Surface& surface) {
+bool isGround(const Surface& surface, int leastArea) {
     constexpr int surely = 20'000; // pixels
     if (surface.area >= surely) {
         return true;
     }
     const int width = surface.box.width();
     const int height = surface.box.height();
-    if (width < 14 || height < 10) {
+    if (width < 14 || height < 10 || surface.area < leastArea) {
         return false;
     }
     const double edge = surface.onEdge / (2.0 * (width + height) - 4);
@@ -90,90 +87,115 @@ bool isGround(const Surface& surface) {
     return isWide ? edge >= 0.7 && filled >= 0.45 : edge >= 0.85 && filled >= 0.6;
 }
 
-/// For each pixel the colour of the ground that it is on, or that is nearest.
-std::vector<Colour> groundsOf(std::span<const Colour> rgb, int width, int height,
-                              std::vector<std::uint8_t>& distances) {
-    const auto index = [width](int x, int y) {
-        return static_cast<std::size_t>(y) * static_cast<std::size_t>(width) + static_cast<std::size_t>(x);
-    };
-    Labels labels;
-    std::vector<std::int32_t> labelAt(rgb.size());
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const auto here = index(x, y);
-            const bool goesLeft = x > 0 && areAlike(rgb[here], rgb[here - 1]);
-            const bool goesUp = y > 0 && areAlike(rgb[here], rgb[index(x, y - 1)]);
-            if (goesLeft && goesUp) {
-                const auto left = labelAt[here - 1];
-                const auto up = labelAt[index(x, y - 1)];
-                labelAt[here] = left == up ? left : labels.join(left, up);
-            } else if (goesLeft) {
-                labelAt[here] = labelAt[here - 1];
-            } else if (goesUp) {
-                labelAt[here] = labelAt[index(x, y - 1)];
-            } else {
-                labelAt[here] = labels.fresh();
-            }
-        }
-    }
-    std::vector<Surface> surfaces(static_cast<std::size_t>(labels.close()));
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            auto& label = labelAt[index(x, y)];
-            label = labels.number(label);
-            auto& surface = surfaces[static_cast<std::size_t>(label)];
-            surface.box.unite({x, y, x + 1, y + 1});
-            ++surface.area;
-        }
-    }
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            auto& surface = surfaces[static_cast<std::size_t>(labelAt[index(x, y)])];
-            surface.onEdge += x == surface.box.left || x == surface.box.right - 1 || y == surface.box.top ||
-                              y == surface.box.bottom - 1;
-        }
-    }
-    std::vector<char> isGroundAt(surfaces.size());
-    std::transform(surfaces.begin(), surfaces.end(), isGroundAt.begin(),
-                   [](const Surface& surface) { return isGround(surface); });
+/// Finds what things are written on.
+class Grounds {
+public:
+    Grounds(std::span<const Colour> rgb, int width, int height)
+        : rgb_(rgb)
+        , width_(width)
+        , height_(height)
+        , labelAt_(rgb.size())
+        , away_(rgb.size(), unknown) {}
 
-    constexpr std::uint8_t far = 255;
-    std::vector<Colour> grounds(rgb.begin(), rgb.end());
-    distances.assign(rgb.size(), far);
-    const auto take = [&](std::size_t here, std::size_t from) {
-        if (distances[from] + 1 < distances[here]) {
-            distances[here] = static_cast<std::uint8_t>(distances[from] + 1);
-            grounds[here] = grounds[from];
-        }
-    };
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            const auto here = index(x, y);
-            if (isGroundAt[static_cast<std::size_t>(labelAt[here])]) {
-                distances[here] = 0;
-                continue;
+    /// Neighbours whose colours differ by no more than `step` (of 255, each) are of one surface, and such
+    /// surfaces of at least so many pixels are grounds, beside those found before.
+    void find(int step, int leastArea) {
+        Labels labels;
+        const auto isOpen = [this](std::size_t pixel) { return away_[pixel] != 0; };
+        forEach([&](int x, int y, std::size_t here) {
+            if (!isOpen(here)) {
+                return;
             }
+            const std::size_t above = here - static_cast<std::size_t>(width_);
+            const bool goesLeft = x > 0 && isOpen(here - 1) && areAlike(rgb_[here], rgb_[here - 1], step);
+            const bool goesUp = y > 0 && isOpen(above) && areAlike(rgb_[here], rgb_[above], step);
+            if (goesLeft && goesUp && labelAt_[here - 1] != labelAt_[above]) {
+                labelAt_[here] = labels.join(labelAt_[here - 1], labelAt_[above]);
+            } else {
+                labelAt_[here] = goesLeft ? labelAt_[here - 1] : goesUp ? labelAt_[above] : labels.fresh();
+            }
+        });
+        std::vector<Surface> surfaces(static_cast<std::size_t>(labels.close()));
+        forEach([&](int x, int y, std::size_t here) {
+            if (isOpen(here)) {
+                labelAt_[here] = labels.number(labelAt_[here]);
+                auto& surface = surfaces[static_cast<std::size_t>(labelAt_[here])];
+                surface.box.unite({x, y, x + 1, y + 1});
+                ++surface.area;
+            }
+        });
+        forEach([&](int x, int y, std::size_t here) {
+            if (isOpen(here)) {
+                auto& surface = surfaces[static_cast<std::size_t>(labelAt_[here])];
+                surface.onEdge += x == surface.box.left || x == surface.box.right - 1 ||
+                                  y == surface.box.top || y == surface.box.bottom - 1;
+            }
+        });
+        std::vector<char> areGrounds(surfaces.size());
+        std::transform(surfaces.begin(), surfaces.end(), areGrounds.begin(),
+                       [&](const Surface& surface) { return isGround(surface, leastArea); });
+        forEach([&](int, int, std::size_t here) {
+            if (isOpen(here) && areGrounds[static_cast<std::size_t>(labelAt_[here])]) {
+                away_[here] = 0;
+            }
+        });
+    }
+
+    /// For each pixel, how far its colour is from that of the nearest ground; all the way where there is none.
+    std::vector<std::uint8_t> ink() {
+        std::vector<Colour> nearest(rgb_.begin(), rgb_.end());
+        const auto take = [&](std::size_t here, std::size_t from) {
+            if (away_[from] + 1 < away_[here]) {
+                away_[here] = static_cast<std::uint8_t>(away_[from] + 1);
+                nearest[here] = nearest[from];
+            }
+        };
+        const auto row = static_cast<std::size_t>(width_);
+        forEach([&](int x, int y, std::size_t here) {
             if (x > 0) {
                 take(here, here - 1);
             }
             if (y > 0) {
-                take(here, index(x, y - 1));
+                take(here, here - row);
+            }
+        });
+        for (int y = height_ - 1; y >= 0; --y) {
+            for (int x = width_ - 1; x >= 0; --x) {
+                const std::size_t here = static_cast<std::size_t>(y) * row + static_cast<std::size_t>(x);
+                if (x + 1 < width_) {
+                    take(here, here + 1);
+                }
+                if (y + 1 < height_) {
+                    take(here, here + row);
+                }
+            }
+        }
+        std::vector<std::uint8_t> ink(rgb_.size());
+        for (std::size_t here = 0; here < ink.size(); ++here) {
+            ink[here] = away_[here] == unknown ? 255 : static_cast<std::uint8_t>(distance(rgb_[here], nearest[here]));
+        }
+        return ink;
+    }
+
+private:
+    static constexpr std::uint8_t unknown = 255;
+
+    template <class Look>
+    void forEach(Look look) const {
+        std::size_t here = 0;
+        for (int y = 0; y < height_; ++y) {
+            for (int x = 0; x < width_; ++x) {
+                look(x, y, here++);
             }
         }
     }
-    for (int y = height - 1; y >= 0; --y) {
-        for (int x = width - 1; x >= 0; --x) {
-            const auto here = index(x, y);
-            if (x + 1 < width) {
-                take(here, here + 1);
-            }
-            if (y + 1 < height) {
-                take(here, index(x, y + 1));
-            }
-        }
-    }
-    return grounds;
-}
+
+    const std::span<const Colour> rgb_;
+    const int width_;
+    const int height_;
+    std::vector<std::int32_t> labelAt_;
+    std::vector<std::uint8_t> away_; // for each pixel, how far the nearest ground is; 0 on one
+};
 
 void findBlobs(PageInk& page) {
     constexpr int faintest = 10; // of 255
@@ -216,12 +238,13 @@ void findBlobs(PageInk& page) {
 
 PageInk inkOf(std::span<const Colour> rgb, int width, int height) {
     PageInk page{.width = width, .height = height};
-    std::vector<std::uint8_t> distances;
-    const auto grounds = groundsOf(rgb, width, height, distances);
-    page.ink.resize(rgb.size());
-    for (std::size_t here = 0; here < rgb.size(); ++here) {
-        page.ink[here] =
-            distances[here] == 255 ? 255 : static_cast<std::uint8_t>(distance(rgb[here], grounds[here]));
+    {
+        Grounds grounds(rgb, width, height);
+        grounds.find(4, 0); // flat colours and gradients
+        // Photographs. Only what is large can be one: the steps are those within the edge of a letter.
+        grounds.find(16, 2000);
+        grounds.find(32, 2000);
+        page.ink = grounds.ink();
     }
     findBlobs(page);
     return page;

@@ -289,7 +289,7 @@ std::vector<TextPiece> piecesOf(const PageInk& page) {
     }
     auto pieces = joined(joined(std::move(letters), page.height), page.height);
     addMarks(page, marks, pieces);
-    return pieces;
+    return joined(std::move(pieces), page.height); // a colon may have been what was between two of them
 }
 
 std::vector<std::vector<std::size_t>> readingOrder(const std::vector<PageBox>& boxes) {
@@ -301,7 +301,7 @@ std::vector<std::vector<std::size_t>> readingOrder(const std::vector<PageBox>& b
 }
 
 GreyPicture pictureOf(const PageInk& page, const TextPiece& piece) {
-    static const int bestHeight = (int)P("TH", 30); // pixels, of a line
+    static const int bestHeight = (int)P("TH", 24); // pixels, of a line
     static const int margin = (int)P("MG", 8);     // pixels, when it has that height
     const int height = piece.box.height();
     const double scale = std::clamp(static_cast<double>(bestHeight) / height, 0.2, 4.0);
