@@ -17,22 +17,43 @@ namespace Bench {
 
 namespace {
 
-constexpr std::array families{"DejaVu Sans", "Liberation Sans", "Liberation Serif", "DejaVu Sans Mono", "Inter"};
+constexpr std::array families{"DejaVu Sans", "Liberation Sans", "Liberation Serif", "DejaVu Sans Mono",
+                              "Inter"};
 constexpr std::array sizes{8, 9, 10, 11, 12, 14, 16};
 
 constexpr std::array words{
-    "the",      "and",      "window",  "screen",   "with",     "from",    "setting", "another", "picture",
-    "between",  "language", "default", "Quick",    "Jumping",  "message", "network", "Volume",  "Brightness",
-    "keyboard", "of",       "a",       "to",       "in",       "is",      "that",    "folder",  "document",
-    "download", "Friday",   "January", "zero",     "extra",    "display", "colour",  "history", "System",
-    "update",   "restart",  "later",   "question", "answer",   "Kitchen", "morning", "weather", "journey",
-    "yellow",   "purple",   "machine", "silently", "office",   "figure",  "Battery", "charging", "remaining",
-    "example",  "visible",  "pixel",   "shadow",   "gallery",  "library", "package", "version",  "released"};
+    "the",      "and",      "window",  "screen",   "with",    "from",    "setting", "another",  "picture",
+    "between",  "language", "default", "Quick",    "Jumping", "message", "network", "Volume",   "Brightness",
+    "keyboard", "of",       "a",       "to",       "in",      "is",      "that",    "folder",   "document",
+    "download", "Friday",   "January", "zero",     "extra",   "display", "colour",  "history",  "System",
+    "update",   "restart",  "later",   "question", "answer",  "Kitchen", "morning", "weather",  "journey",
+    "yellow",   "purple",   "machine", "silently", "office",  "figure",  "Battery", "charging", "remaining",
+    "example",  "visible",  "pixel",   "shadow",   "gallery", "library", "package", "version",  "released"};
 
-constexpr std::array oddities{"3.14",    "2026",    "(see below)", "100%",        "v1.2.3",         "12:45",
-                              "$49.99",  "e-mail",  "don't",       "README.md",   "/usr/share/doc", "user@example.org",
-                              "\"quoted\"", "A4",   "Wi-Fi",       "16 GB",       "C++",            "4,096",
-                              "x86",     "https://example.org/page", "[draft]",   "key=value",      "#42", "and/or"};
+constexpr std::array oddities{"3.14",
+                              "2026",
+                              "(see below)",
+                              "100%",
+                              "v1.2.3",
+                              "12:45",
+                              "$49.99",
+                              "e-mail",
+                              "don't",
+                              "README.md",
+                              "/usr/share/doc",
+                              "user@example.org",
+                              "\"quoted\"",
+                              "A4",
+                              "Wi-Fi",
+                              "16 GB",
+                              "C++",
+                              "4,096",
+                              "x86",
+                              "https://example.org/page",
+                              "[draft]",
+                              "key=value",
+                              "#42",
+                              "and/or"};
 
 constexpr std::array code{"for (int i = 0; i < count; ++i) {",
                           "    total += values[i] * weight;",
@@ -55,7 +76,9 @@ constexpr std::array code{"for (int i = 0; i < count; ++i) {",
 
 constexpr std::array labels{"Cancel", "Save", "Open", "Apply", "Delete", "Sign in", "Continue", "Help"};
 
-QColor grey(int level) { return QColor::fromRgb(level, level, level); }
+QColor grey(int level) {
+    return QColor::fromRgb(level, level, level);
+}
 
 class Author {
 public:
@@ -112,9 +135,7 @@ public:
         painter.drawText(x, baseline, QString::fromStdString(text));
         note(text);
     }
-    void note(const std::string& text) {
-        said += said.empty() ? text : " " + text;
-    }
+    void note(const std::string& text) { said += said.empty() ? text : " " + text; }
 
     void prose(Author& author, const QRect& area, const QFont& font, const QColor& colour) {
         painter.setFont(font);
@@ -162,7 +183,8 @@ void paintPhotograph(QImage& image, Author& author, int darkest, int brightest) 
             };
             const int grain = author.below(9) - 4;
             const auto level = [&](int value) { return std::clamp(value + grain, 0, 255); };
-            row[x] = qRgb(level(wave(0.011, 0.017, 0)), level(wave(0.013, 0.009, 1)), level(wave(0.007, 0.015, 2)));
+            row[x] = qRgb(level(wave(0.011, 0.017, 0)), level(wave(0.013, 0.009, 1)),
+                          level(wave(0.007, 0.015, 2)));
         }
     }
 }

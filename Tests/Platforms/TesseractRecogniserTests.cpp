@@ -1,7 +1,6 @@
-#include "Platforms/Linux/Text/TesseractRecogniser.hpp"
-
 #include "Platforms/Linux/Heap.hpp"
 #include "Platforms/Linux/Text/LineReaders.hpp"
+#include "Platforms/Linux/Text/TesseractRecogniser.hpp"
 #include "Platforms/Qt/QtPictures.hpp"
 #include "Tests/TemporaryFolder.hpp"
 
@@ -99,7 +98,7 @@ int errors(const std::string& one, const std::string& other) {
 
 const std::vector<std::string> prose{
     "Every window keeps its place when the screen changes.", "Copy the text, then paste it into 3 documents.",
-    "Volume: 45 % (muted), battery 87 %, 2 hours left.",     "The quick brown fox jumps over the lazy dog.",
+    "Volume: 45 % (muted), battery 87 %, 2 hours left.", "The quick brown fox jumps over the lazy dog.",
     "See /usr/share/doc/readme.txt for what is new in v2.1"};
 
 std::string proseText() {
@@ -183,10 +182,14 @@ TEST_F(TesseractRecogniserTest, F8_ReadsSmallTextLightOrDarkOrFaint) {
         QColor colour;
     };
     const Row rows[] = {
-        {"8 px, dark on light", 8, Qt::white, grey(32)},    {"9 px, dark on light", 9, Qt::white, grey(32)},
-        {"10 px, dark on light", 10, Qt::white, grey(32)},  {"8 px, light on dark", 8, grey(30), grey(212)},
-        {"9 px, light on dark", 9, grey(30), grey(212)},    {"10 px, light on dark", 10, grey(30), grey(212)},
-        {"10 px, faint on white", 10, Qt::white, grey(168)}, {"10 px, faint on dark", 10, grey(43), grey(106)},
+        {"8 px, dark on light", 8, Qt::white, grey(32)},
+        {"9 px, dark on light", 9, Qt::white, grey(32)},
+        {"10 px, dark on light", 10, Qt::white, grey(32)},
+        {"8 px, light on dark", 8, grey(30), grey(212)},
+        {"9 px, light on dark", 9, grey(30), grey(212)},
+        {"10 px, light on dark", 10, grey(30), grey(212)},
+        {"10 px, faint on white", 10, Qt::white, grey(168)},
+        {"10 px, faint on dark", 10, grey(43), grey(106)},
     };
     for (const auto& row : rows) {
         SCOPED_TRACE(row.name);
@@ -255,10 +258,9 @@ TEST_F(TesseractRecogniserTest, F11_InventsNothingWhereNothingIsWritten) {
                 x, y, QColor::fromRgb(100 + wave + grain, 110 + wave / 2 + grain, 90 - wave + grain));
         }
     }
-    for (const auto& [name, image] : {std::pair("white", flat(500, 300, Qt::white)),
-                                      std::pair("black", flat(500, 300, Qt::black)),
-                                      std::pair("gradient", gradient), std::pair("noise", noise),
-                                      std::pair("photograph", photograph)}) {
+    for (const auto& [name, image] :
+         {std::pair("white", flat(500, 300, Qt::white)), std::pair("black", flat(500, 300, Qt::black)),
+          std::pair("gradient", gradient), std::pair("noise", noise), std::pair("photograph", photograph)}) {
         SCOPED_TRACE(name);
         const auto lines = read(image);
         ASSERT_TRUE(lines);
@@ -273,8 +275,8 @@ TEST_F(TesseractRecogniserTest, ReadsWhatIsWrittenOnAPhotograph) {
         for (int x = 0; x < image.width(); ++x) {
             const int wave = static_cast<int>(40 * std::sin(x * 0.02) * std::cos(y * 0.03));
             const int grain = static_cast<int>(random() % 15);
-            image.setPixelColor(x, y,
-                                QColor::fromRgb(60 + wave + grain, 70 + wave / 2 + grain, 50 - wave / 2 + grain));
+            image.setPixelColor(
+                x, y, QColor::fromRgb(60 + wave + grain, 70 + wave / 2 + grain, 50 - wave / 2 + grain));
         }
     }
     QPainter painter(&image);
@@ -295,8 +297,8 @@ TEST_F(TesseractRecogniserTest, F12_ReadsNothingWithoutDataAndSaysWhichUntilThey
     testing::internal::CaptureStderr();
     EXPECT_FALSE(read(recogniser, picture));
     EXPECT_FALSE(read(recogniser, picture));
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "zorbel: no text is read without eng.traineddata in " +
-                                                          folder.path().string() + "\n");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "zorbel: no text is read without eng.traineddata in " + folder.path().string() + "\n");
     std::filesystem::create_symlink("/usr/share/tesseract-ocr/5/tessdata/eng.traineddata",
                                     folder.path() / "eng.traineddata");
     EXPECT_EQ(joined(read(recogniser, picture)), proseText());
@@ -328,9 +330,15 @@ TEST_F(TesseractRecogniserTest, ReadsTheLanguageOfTheLocaleAndEnglish) {
         const char* locale;
         const char* languages;
     };
-    const Row rows[] = {{"en_GB", "eng"},         {"de_DE", "deu+eng"},     {"de_AT.UTF-8", "deu+eng"},
-                        {"zh_CN", "chi_sim+eng"}, {"zh_TW", "chi_tra+eng"}, {"fr_FR", "eng"},
-                        {"C", "eng"},             {"", "eng"},              {"osd", "eng"}};
+    const Row rows[] = {{"en_GB", "eng"},
+                        {"de_DE", "deu+eng"},
+                        {"de_AT.UTF-8", "deu+eng"},
+                        {"zh_CN", "chi_sim+eng"},
+                        {"zh_TW", "chi_tra+eng"},
+                        {"fr_FR", "eng"},
+                        {"C", "eng"},
+                        {"", "eng"},
+                        {"osd", "eng"}};
     for (const auto& row : rows) {
         SCOPED_TRACE(row.locale);
         EXPECT_EQ(Linux::textLanguages(row.locale, folder.path()), row.languages);

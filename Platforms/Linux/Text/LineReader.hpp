@@ -25,8 +25,8 @@ struct LineReading {
     float confidence = 0; // per cent
 };
 
-/// What the library zorbel-text has to offer: reads one line of text, dark on white, with Tesseract. One thread
-/// at a time; several readers do not know of one another. No exception leaves it.
+/// What the library zorbel-text has to offer: reads one line of text, dark on white, with Tesseract. One
+/// thread at a time; several readers do not know of one another. No exception leaves it.
 class LineReader {
 public:
     virtual ~LineReader() = default;

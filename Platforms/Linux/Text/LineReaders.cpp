@@ -18,20 +18,21 @@ namespace {
 constexpr const char* english = "eng";
 constexpr std::size_t mostReaders = 2; // each takes its memory, and the page is soon read
 
-// Language codes of two letters, and what Tesseract calls them where that is not one of three from the same list.
+// Language codes of two letters, and what Tesseract calls them where that is not one of three from the same
+// list.
 constexpr std::pair<std::string_view, std::string_view> languages[] = {
-    {"af", "afr"},    {"ar", "ara"},     {"be", "bel"},  {"bg", "bul"}, {"bn", "ben"}, {"bs", "bos"},
-    {"ca", "cat"},    {"cs", "ces"},     {"cy", "cym"},  {"da", "dan"}, {"de", "deu"}, {"el", "ell"},
-    {"en", "eng"},    {"eo", "epo"},     {"es", "spa"},  {"et", "est"}, {"eu", "eus"}, {"fa", "fas"},
-    {"fi", "fin"},    {"fr", "fra"},     {"ga", "gle"},  {"gl", "glg"}, {"gu", "guj"}, {"he", "heb"},
-    {"hi", "hin"},    {"hr", "hrv"},     {"hu", "hun"},  {"hy", "hye"}, {"id", "ind"}, {"is", "isl"},
-    {"it", "ita"},    {"ja", "jpn"},     {"ka", "kat"},  {"kk", "kaz"}, {"km", "khm"}, {"kn", "kan"},
-    {"ko", "kor"},    {"lt", "lit"},     {"lv", "lav"},  {"mk", "mkd"}, {"ml", "mal"}, {"mr", "mar"},
-    {"ms", "msa"},    {"mt", "mlt"},     {"my", "mya"},  {"nb", "nor"}, {"ne", "nep"}, {"nl", "nld"},
-    {"nn", "nor"},    {"no", "nor"},     {"pa", "pan"},  {"pl", "pol"}, {"pt", "por"}, {"ro", "ron"},
-    {"ru", "rus"},    {"si", "sin"},     {"sk", "slk"},  {"sl", "slv"}, {"sq", "sqi"}, {"sr", "srp"},
-    {"sv", "swe"},    {"sw", "swa"},     {"ta", "tam"},  {"te", "tel"}, {"th", "tha"}, {"tl", "tgl"},
-    {"tr", "tur"},    {"uk", "ukr"},     {"ur", "urd"},  {"uz", "uzb"}, {"vi", "vie"}, {"yi", "yid"},
+    {"af", "afr"},    {"ar", "ara"}, {"be", "bel"}, {"bg", "bul"}, {"bn", "ben"}, {"bs", "bos"},
+    {"ca", "cat"},    {"cs", "ces"}, {"cy", "cym"}, {"da", "dan"}, {"de", "deu"}, {"el", "ell"},
+    {"en", "eng"},    {"eo", "epo"}, {"es", "spa"}, {"et", "est"}, {"eu", "eus"}, {"fa", "fas"},
+    {"fi", "fin"},    {"fr", "fra"}, {"ga", "gle"}, {"gl", "glg"}, {"gu", "guj"}, {"he", "heb"},
+    {"hi", "hin"},    {"hr", "hrv"}, {"hu", "hun"}, {"hy", "hye"}, {"id", "ind"}, {"is", "isl"},
+    {"it", "ita"},    {"ja", "jpn"}, {"ka", "kat"}, {"kk", "kaz"}, {"km", "khm"}, {"kn", "kan"},
+    {"ko", "kor"},    {"lt", "lit"}, {"lv", "lav"}, {"mk", "mkd"}, {"ml", "mal"}, {"mr", "mar"},
+    {"ms", "msa"},    {"mt", "mlt"}, {"my", "mya"}, {"nb", "nor"}, {"ne", "nep"}, {"nl", "nld"},
+    {"nn", "nor"},    {"no", "nor"}, {"pa", "pan"}, {"pl", "pol"}, {"pt", "por"}, {"ro", "ron"},
+    {"ru", "rus"},    {"si", "sin"}, {"sk", "slk"}, {"sl", "slv"}, {"sq", "sqi"}, {"sr", "srp"},
+    {"sv", "swe"},    {"sw", "swa"}, {"ta", "tam"}, {"te", "tel"}, {"th", "tha"}, {"tl", "tgl"},
+    {"tr", "tur"},    {"uk", "ukr"}, {"ur", "urd"}, {"uz", "uzb"}, {"vi", "vie"}, {"yi", "yid"},
     {"zh", "chi_sim"}};
 
 bool isTraditionalChinese(std::string_view locale) {
@@ -43,8 +44,8 @@ std::string dataFile(std::string_view language) {
     return std::string(language) + ".traineddata";
 }
 
-/// Null where the library or one of those that it needs is not installed. Once loaded it stays: what it brought
-/// along is not made to be taken away.
+/// Null where the library or one of those that it needs is not installed. Once loaded it stays: what it
+/// brought along is not made to be taken away.
 LineReaderFactory factory() {
     void* library = ::dlopen(lineReaderLibrary, RTLD_NOW | RTLD_LOCAL);
     return library ? reinterpret_cast<LineReaderFactory>(::dlsym(library, lineReaderFactory)) : nullptr;
@@ -82,7 +83,8 @@ std::string textLanguages(const std::string& locale, const std::filesystem::path
         }
     }
     if (isInstalled(english)) {
-        result += result.empty() ? english : std::string("+") + english;
+        result += result.empty() ? "" : "+";
+        result += english;
     }
     return result;
 }

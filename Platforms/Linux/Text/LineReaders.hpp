@@ -12,8 +12,8 @@ namespace Linux {
 /// Where Tesseract's data are: what TESSDATA_PREFIX names, else where distributions put them.
 std::filesystem::path textDataFolder();
 
-/// The names of the data files to read with, joined by "+": that of the locale's language where it is installed
-/// in the folder, then that of English. Empty where neither is.
+/// The names of the data files to read with, joined by "+": that of the locale's language where it is
+/// installed in the folder, then that of English. Empty where neither is.
 std::string textLanguages(const std::string& locale, const std::filesystem::path& dataFolder);
 
 /// The readers of lines that work side by side, one for each thread. They are made with the first use of them

@@ -10,9 +10,15 @@ namespace {
 
 using Colour = std::uint32_t;
 
-constexpr int red(Colour colour) { return static_cast<int>(colour >> 16 & 0xff); }
-constexpr int green(Colour colour) { return static_cast<int>(colour >> 8 & 0xff); }
-constexpr int blue(Colour colour) { return static_cast<int>(colour & 0xff); }
+constexpr int red(Colour colour) {
+    return static_cast<int>(colour >> 16 & 0xff);
+}
+constexpr int green(Colour colour) {
+    return static_cast<int>(colour >> 8 & 0xff);
+}
+constexpr int blue(Colour colour) {
+    return static_cast<int>(colour & 0xff);
+}
 
 bool areAlike(Colour one, Colour other, int step) {
     return one == other ||
@@ -141,7 +147,8 @@ public:
         });
     }
 
-    /// For each pixel, how far its colour is from that of the nearest ground; all the way where there is none.
+    /// For each pixel, how far its colour is from that of the nearest ground; all the way where there is
+    /// none.
     std::vector<std::uint8_t> ink() {
         std::vector<Colour> nearest(rgb_.begin(), rgb_.end());
         const auto take = [&](std::size_t here, std::size_t from) {
@@ -172,7 +179,8 @@ public:
         }
         std::vector<std::uint8_t> ink(rgb_.size());
         for (std::size_t here = 0; here < ink.size(); ++here) {
-            ink[here] = away_[here] == unknown ? 255 : static_cast<std::uint8_t>(distance(rgb_[here], nearest[here]));
+            ink[here] =
+                away_[here] == unknown ? 255 : static_cast<std::uint8_t>(distance(rgb_[here], nearest[here]));
         }
         return ink;
     }

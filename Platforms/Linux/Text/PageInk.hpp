@@ -28,19 +28,19 @@ struct PageBox {
 /// Ink that hangs together: a letter, several that touch, or no letter at all.
 struct Blob {
     PageBox box{};
-    int area = 0;              // pixels
+    int area = 0;               // pixels
     std::uint8_t strongest = 0; // of its ink
 };
 
-/// What stands out from the ground it is on, whatever the colours of both: a page of a dark theme, a white one
-/// and a coloured button come out alike.
+/// What stands out from the ground it is on, whatever the colours of both: a page of a dark theme, a white
+/// one and a coloured button come out alike.
 struct PageInk {
     static constexpr std::int32_t none = -1;
 
     int width = 0;
     int height = 0;
-    std::vector<std::uint8_t> ink{};      // for each pixel, how far its colour is from that of the ground
-    std::vector<std::int32_t> blobAt{};   // for each pixel, an index of `blobs` or none
+    std::vector<std::uint8_t> ink{};    // for each pixel, how far its colour is from that of the ground
+    std::vector<std::int32_t> blobAt{}; // for each pixel, an index of `blobs` or none
     std::vector<Blob> blobs{};
 
     std::size_t index(int x, int y) const {

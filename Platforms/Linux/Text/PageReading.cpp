@@ -14,7 +14,8 @@ namespace Linux {
 
 namespace {
 
-// More pixels are not looked at; a picture with more is made smaller. A page takes some fourteen bytes a pixel.
+// More pixels are not looked at; a picture with more is made smaller. A page takes some fourteen bytes a
+// pixel.
 constexpr std::int64_t mostPixels = 24'000'000;
 
 constexpr float leastConfidence = 40; // per cent
@@ -40,7 +41,8 @@ QImage prepared(const QImage& page) {
 
 PageInk inkOn(const QImage& page) {
     const QImage image = prepared(page);
-    const std::size_t count = static_cast<std::size_t>(image.width()) * static_cast<std::size_t>(image.height());
+    const std::size_t count =
+        static_cast<std::size_t>(image.width()) * static_cast<std::size_t>(image.height());
     return inkOf({reinterpret_cast<const std::uint32_t*>(image.constBits()), count}, image.width(),
                  image.height());
 }
@@ -101,7 +103,8 @@ std::vector<std::string> linesOn(const QImage& page, const std::vector<std::uniq
     for (const auto& line : readingOrder(boxes)) {
         std::string text;
         for (const auto piece : line) {
-            text += (text.empty() ? "" : " ") + words[piece]->text;
+            text += text.empty() ? "" : " ";
+            text += words[piece]->text;
         }
         if (isWorthReading(QString::fromStdString(text))) {
             lines.push_back(std::move(text));

@@ -1,10 +1,9 @@
 #include "Platforms/Linux/Text/LineReader.hpp"
 
+#include <exception>
 #include <leptonica/allheaders.h>
 #include <tesseract/baseapi.h>
 #include <tesseract/ocrclass.h>
-
-#include <exception>
 
 namespace Linux {
 
@@ -16,7 +15,7 @@ public:
         // Some of what it has to say it says while it starts.
         engine_.SetVariable("debug_file", "/dev/null");
         // Screens hold names, paths and code: words are not bent towards those of a dictionary.
-        const std::vector<std::string> names{"load_system_dawg", "load_freq_dawg", "load_unambig_dawg",
+        const std::vector<std::string> names{"load_system_dawg", "load_freq_dawg",   "load_unambig_dawg",
                                              "load_punc_dawg",   "load_number_dawg", "load_bigram_dawg"};
         const std::vector<std::string> values(names.size(), "0");
         if (engine_.Init(dataFolder, languages, tesseract::OEM_LSTM_ONLY, nullptr, 0, &names, &values,
@@ -82,7 +81,7 @@ private:
 } // namespace
 
 extern "C" __attribute__((visibility("default"))) LineReader* zorbelLineReader(const char* dataFolder,
-                                                                              const char* languages) {
+                                                                               const char* languages) {
     try {
         setMsgSeverity(L_SEVERITY_NONE);
         auto reader = std::make_unique<TesseractLineReader>();

@@ -28,7 +28,8 @@ public:
     void add(const ZorbelKit::Picture& picture, ZorbelKit::Priority priority,
              std::function<void(Lines lines)> done) {
         const std::lock_guard lock(mutex_);
-        (priority == ZorbelKit::Priority::userInitiated ? urgent_ : others_).push_back({picture, std::move(done)});
+        (priority == ZorbelKit::Priority::userInitiated ? urgent_ : others_)
+            .push_back({picture, std::move(done)});
         if (!isRunning_) {
             if (thread_.joinable()) {
                 thread_.join(); // has nothing left to do but to end

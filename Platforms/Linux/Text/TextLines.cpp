@@ -3,15 +3,12 @@
 #include <algorithm>
 #include <array>
 #include <cmath>
-#include <cstdlib>
 #include <numeric>
 #include <optional>
 
 namespace Linux {
 
 namespace {
-
-double P(const char* n, double d) { return getenv(n) ? atof(getenv(n)) : d; }
 
 // Ink fainter than this is noise, or a line drawn not to be seen.
 constexpr int faintestText = 28; // of 255
@@ -47,9 +44,8 @@ constexpr double widestGap = 1.4;
 
 /// Puts side by side what is on one line; boxes and blobs come as pieces and go as fewer.
 std::vector<TextPiece> joined(std::vector<TextPiece> parts, int pageHeight) {
-    std::sort(parts.begin(), parts.end(), [](const TextPiece& one, const TextPiece& other) {
-        return one.box.left < other.box.left;
-    });
+    std::sort(parts.begin(), parts.end(),
+              [](const TextPiece& one, const TextPiece& other) { return one.box.left < other.box.left; });
     std::vector<TextPiece> pieces;
     std::vector<std::int32_t> lastAt(static_cast<std::size_t>(pageHeight), PageInk::none);
     for (auto& part : parts) {
@@ -137,7 +133,8 @@ struct Gap {
 /// The widest stretch that none of the boxes touches.
 template <class Begin, class End>
 Gap widest(std::vector<std::size_t>& items, Begin begin, End end) {
-    std::sort(items.begin(), items.end(), [&](std::size_t one, std::size_t other) { return begin(one) < begin(other); });
+    std::sort(items.begin(), items.end(),
+              [&](std::size_t one, std::size_t other) { return begin(one) < begin(other); });
     Gap gap;
     int reached = end(items.front());
     for (const auto item : items) {
@@ -220,14 +217,16 @@ private:
         std::size_t begin = 0;
         while (begin < items.size()) {
             std::size_t end = begin + 1;
-            while (end < items.size() && 2 * overlap(boxes_[items[begin]], boxes_[items[end]]) >=
-                                             std::min(boxes_[items[begin]].height(), boxes_[items[end]].height())) {
+            while (end < items.size() &&
+                   2 * overlap(boxes_[items[begin]], boxes_[items[end]]) >=
+                       std::min(boxes_[items[begin]].height(), boxes_[items[end]].height())) {
                 ++end;
             }
             std::vector<std::size_t> row(items.begin() + static_cast<std::ptrdiff_t>(begin),
                                          items.begin() + static_cast<std::ptrdiff_t>(end));
-            std::sort(row.begin(), row.end(),
-                      [this](std::size_t one, std::size_t other) { return boxes_[one].left < boxes_[other].left; });
+            std::sort(row.begin(), row.end(), [this](std::size_t one, std::size_t other) {
+                return boxes_[one].left < boxes_[other].left;
+            });
             lines.push_back(std::move(row));
             begin = end;
         }
@@ -301,8 +300,8 @@ std::vector<std::vector<std::size_t>> readingOrder(const std::vector<PageBox>& b
 }
 
 GreyPicture pictureOf(const PageInk& page, const TextPiece& piece) {
-    static const int bestHeight = (int)P("TH", 24); // pixels, of a line
-    static const int margin = (int)P("MG", 8);     // pixels, when it has that height
+    constexpr int bestHeight = 24; // pixels, of a line
+    constexpr int margin = 8;      // pixels, when it has that height
     const int height = piece.box.height();
     const double scale = std::clamp(static_cast<double>(bestHeight) / height, 0.2, 4.0);
     const int pad = static_cast<int>(std::ceil(margin / scale));
@@ -324,7 +323,8 @@ GreyPicture pictureOf(const PageInk& page, const TextPiece& piece) {
     }
     GreyPicture picture{.width = std::max(1, static_cast<int>(std::lround(width * scale))),
                         .height = std::max(1, static_cast<int>(std::lround(fullHeight * scale)))};
-    ink = resampled(resampled(ink, fullHeight, width, picture.width), picture.width, fullHeight, picture.height);
+    ink = resampled(resampled(ink, fullHeight, width, picture.width), picture.width, fullHeight,
+                    picture.height);
     picture.grey.resize(ink.size());
     std::transform(ink.begin(), ink.end(), picture.grey.begin(), [](float value) {
         return static_cast<std::uint8_t>(255 - std::clamp(std::lround(value), 0L, 255L));

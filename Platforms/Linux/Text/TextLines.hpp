@@ -17,8 +17,8 @@ struct TextPiece {
 /// The pieces of all lines on a page, in no order.
 std::vector<TextPiece> piecesOf(const PageInk& page);
 
-/// Indices of boxes in the order in which people read what is in them, those of one line together: columns from
-/// the left, in a column from the top.
+/// Indices of boxes in the order in which people read what is in them, those of one line together: columns
+/// from the left, in a column from the top.
 std::vector<std::vector<std::size_t>> readingOrder(const std::vector<PageBox>& boxes);
 
 /// A piece by itself, black on white and in the size that is read best, nothing of its neighbours in it.
