@@ -1,13 +1,30 @@
 #include "Platforms/Linux/Text/LineReader.hpp"
 
+#include <dlfcn.h>
+
 #include <exception>
 #include <leptonica/allheaders.h>
+#include <memory>
+#include <string>
 #include <tesseract/baseapi.h>
 #include <tesseract/ocrclass.h>
+#include <vector>
 
 namespace Linux {
 
 namespace {
+
+/// Tesseract has threads of its own for one line, which wait for one another for longer than they work. The
+/// variable of the environment that limits them was read when the program started, if another library had
+/// brought theirs along by then. What is said here holds for the calling thread.
+void keepToThisThread() {
+    using SetLevels = void (*)(int levels);
+    static const auto setLevels =
+        reinterpret_cast<SetLevels>(::dlsym(RTLD_DEFAULT, "omp_set_max_active_levels"));
+    if (setLevels) {
+        setLevels(0);
+    }
+}
 
 class TesseractLineReader : public LineReader {
 public:
@@ -30,6 +47,7 @@ public:
 
     LineReading read(const GreyPicture& line, const std::atomic<bool>& isCancelled) noexcept override {
         try {
+            keepToThisThread();
             engine_.SetImage(line.grey.data(), line.width, line.height, 1, line.width);
             engine_.SetSourceResolution(resolution);
             tesseract::ETEXT_DESC monitor;

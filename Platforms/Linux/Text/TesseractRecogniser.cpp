@@ -7,7 +7,6 @@
 #include <atomic>
 #include <chrono>
 #include <condition_variable>
-#include <cstdlib>
 #include <deque>
 #include <mutex>
 #include <optional>
@@ -138,9 +137,6 @@ private:
 
 TesseractRecogniser::TesseractRecogniser(Settings settings)
     : worker_(std::make_shared<Worker>(std::move(settings))) {
-    // Its threads would wait for one another for longer than they work, and they read it once, when they are
-    // loaded. Here is no other thread yet that could be looking.
-    ::setenv("OMP_THREAD_LIMIT", "1", 1);
 }
 
 TesseractRecogniser::~TesseractRecogniser() {
