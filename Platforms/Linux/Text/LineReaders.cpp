@@ -44,10 +44,18 @@ std::string dataFile(std::string_view language) {
     return std::string(language) + ".traineddata";
 }
 
+/// In the folder of libraries beside that of the program, or wherever the program says that it looks.
+std::string libraryPath() {
+    std::error_code ignored;
+    const auto beside = std::filesystem::read_symlink("/proc/self/exe", ignored).parent_path().parent_path() /
+                        "lib" / "zorbel" / lineReaderLibrary;
+    return std::filesystem::exists(beside, ignored) ? beside.string() : lineReaderLibrary;
+}
+
 /// Null where the library or one of those that it needs is not installed. Once loaded it stays: what it
 /// brought along is not made to be taken away.
 LineReaderFactory factory() {
-    void* library = ::dlopen(lineReaderLibrary, RTLD_NOW | RTLD_LOCAL);
+    void* library = ::dlopen(libraryPath().c_str(), RTLD_NOW | RTLD_LOCAL);
     return library ? reinterpret_cast<LineReaderFactory>(::dlsym(library, lineReaderFactory)) : nullptr;
 }
 
