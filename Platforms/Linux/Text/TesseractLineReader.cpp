@@ -28,15 +28,18 @@ void keepToThisThread() {
 
 class TesseractLineReader : public LineReader {
 public:
+    TesseractLineReader() = default;
+    TesseractLineReader(const TesseractLineReader&) = delete;
+    TesseractLineReader& operator=(const TesseractLineReader&) = delete;
+    ~TesseractLineReader() override {
+        engine_.End();
+        tesseract::TessBaseAPI::ClearPersistentCache(); // the words that no other reader uses
+    }
+
     bool start(const char* dataFolder, const char* languages) {
         // Some of what it has to say it says while it starts.
         engine_.SetVariable("debug_file", "/dev/null");
-        // Screens hold names, paths and code: words are not bent towards those of a dictionary.
-        const std::vector<std::string> names{"load_system_dawg", "load_freq_dawg",   "load_unambig_dawg",
-                                             "load_punc_dawg",   "load_number_dawg", "load_bigram_dawg"};
-        const std::vector<std::string> values(names.size(), "0");
-        if (engine_.Init(dataFolder, languages, tesseract::OEM_LSTM_ONLY, nullptr, 0, &names, &values,
-                         false) != 0) {
+        if (engine_.Init(dataFolder, languages, tesseract::OEM_LSTM_ONLY) != 0) {
             return false;
         }
         engine_.SetVariable("debug_file", "/dev/null");
