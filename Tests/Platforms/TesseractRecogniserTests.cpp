@@ -1,4 +1,3 @@
-#include "Platforms/Linux/Heap.hpp"
 #include "Platforms/Linux/Text/LineReaders.hpp"
 #include "Platforms/Linux/Text/TesseractRecogniser.hpp"
 #include "Platforms/Qt/QtPictures.hpp"
@@ -9,16 +8,19 @@
 #include <QPainter>
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <condition_variable>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
+#include <memory>
 #include <mutex>
 #include <optional>
 #include <random>
 #include <string>
-#include <thread>
 #include <utility>
 #include <vector>
 
@@ -67,9 +69,14 @@ Lines read(TesseractRecogniser& recogniser, const Picture& picture) {
     return given.empty() ? Lines() : given.front().second;
 }
 
+/// The one that most tests share: it takes time to start.
+std::unique_ptr<TesseractRecogniser>& shared() {
+    static std::unique_ptr<TesseractRecogniser> recogniser;
+    return recogniser;
+}
+
 Lines read(const QImage& image) {
-    static TesseractRecogniser recogniser({.locale = "C"});
-    return read(recogniser, QtPlatform::QtPictures::picture(image));
+    return read(*shared(), QtPlatform::QtPictures::picture(image));
 }
 
 std::string joined(const Lines& lines) {
@@ -169,7 +176,9 @@ protected:
             static const QGuiApplication application(count, arguments);
         }
         ASSERT_TRUE(QFontDatabase::families().contains(QStringLiteral("DejaVu Sans")));
+        shared() = std::make_unique<TesseractRecogniser>(TesseractRecogniser::Settings{.locale = "C"});
     }
+    static void TearDownTestSuite() { shared().reset(); }
 };
 
 } // namespace

@@ -28,14 +28,6 @@ void keepToThisThread() {
 
 class TesseractLineReader : public LineReader {
 public:
-    TesseractLineReader() = default;
-    TesseractLineReader(const TesseractLineReader&) = delete;
-    TesseractLineReader& operator=(const TesseractLineReader&) = delete;
-    ~TesseractLineReader() override {
-        engine_.End();
-        tesseract::TessBaseAPI::ClearPersistentCache(); // the words that no other reader uses
-    }
-
     bool start(const char* dataFolder, const char* languages) {
         // Some of what it has to say it says while it starts.
         engine_.SetVariable("debug_file", "/dev/null");
