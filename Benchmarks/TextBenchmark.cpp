@@ -160,7 +160,7 @@ int main(int argumentCount, char** arguments) {
     const std::string all = "all";
     const std::string plain = "plain, 10 px and more";
     const auto pictures = textPictures();
-    const int step = countOrQuick(1, 6);
+    const int step = countOrQuick(1, 5);
     int count = 0;
     for (std::size_t index = 0; index < pictures.size(); index += static_cast<std::size_t>(step)) {
         const TextPicture& picture = pictures[index];
