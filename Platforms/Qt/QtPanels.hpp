@@ -2,7 +2,10 @@
 
 #include "ZorbelKit/Forward.hpp"
 #include "ZorbelKit/Host/Panels.hpp"
-#include "ZorbelKit/Lifetime.hpp"
+#include "ZorbelKit/Token.hpp"
+
+#include <functional>
+#include <vector>
 
 namespace QtPlatform {
 
@@ -12,11 +15,15 @@ public:
     explicit QtPanels(ZorbelKit::MainLoop& loop)
         : loop_(loop) {}
 
+    /// What is pressed to call this may lie on one of them: they are hidden, and live on.
     void putAway(std::function<void()> gone) override;
 
 private:
+    void areGone();
+
     ZorbelKit::MainLoop& loop_;
-    ZorbelKit::Lifetime lifetime_;
+    std::vector<std::function<void()>> gone_; // who waits until the screen shows what was below
+    ZorbelKit::Token wait_;
 };
 
 } // namespace QtPlatform

@@ -6,8 +6,8 @@
 
 namespace QtPlatform {
 
-/// The toolkit's file dialog, or the desktop's own where the toolkit knows it. It stops nothing but the
-/// window it belongs to. Needs a QApplication.
+/// The toolkit's own file dialog, in the suite's colours. It stops nothing but the window it belongs to.
+/// Needs a QApplication.
 class QtSavePanel : public ZorbelKit::SavePanel {
 public:
     QtSavePanel();
