@@ -43,7 +43,6 @@ public:
         setAcceptMode(QFileDialog::AcceptSave);
         setFileMode(QFileDialog::AnyFile);
         setNameFilter("PNG picture (*.png)");
-        setDefaultSuffix("png");
         const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
         setDirectory(QFileInfo(pictures).isDir() ? pictures : QDir::homePath());
         selectFile(name);
