@@ -7,6 +7,7 @@
 #include <QFileInfo>
 #include <QLineEdit>
 #include <QPointer>
+#include <QSplitter>
 #include <QStandardPaths>
 
 #include <algorithm>
@@ -18,6 +19,8 @@ namespace QtPlatform {
 namespace {
 
 constexpr const char* suffix = ".png";
+constexpr QSize dialogSize(760, 480); // points
+constexpr int placesWidth = 150;      // of that, for the list of places
 
 /// A folder's separator, and what the dialog reads as more than a character: quotes around several names, the
 /// home folder's tilde, the dots of folders and hidden files.
@@ -46,6 +49,10 @@ public:
         const QString pictures = QStandardPaths::writableLocation(QStandardPaths::PicturesLocation);
         setDirectory(QFileInfo(pictures).isDir() ? pictures : QDir::homePath());
         selectFile(name);
+        resize(dialogSize);
+        if (auto* splitter = findChild<QSplitter*>("splitter")) {
+            splitter->setSizes({placesWidth, dialogSize.width() - placesWidth});
+        }
     }
 
     /// The name without its ending is selected: typing replaces it.

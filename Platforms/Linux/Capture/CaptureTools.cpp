@@ -84,7 +84,7 @@ case $shadow in *"_GTK_FRAME_EXTENTS = "*)
     IFS=', '
     set -- ${shadow##*_GTK_FRAME_EXTENTS = }
     unset IFS
-    case $1$2$3$4 in *[!0-9]*) set -- 0 0 0 0 ;; esac
+    case $#$1$2$3$4 in 4*[!0-9]* | [!4]*) set -- 0 0 0 0 ;; esac
     if [ $((width - $1 - $2)) -ge 1 ] && [ $((height - $3 - $4)) -ge 1 ]; then
         x=$((x + $1)) y=$((y + $3)) width=$((width - $1 - $2)) height=$((height - $3 - $4))
     fi ;;
