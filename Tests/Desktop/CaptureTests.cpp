@@ -9,6 +9,7 @@
 #include "Platforms/Simulated/SimulatedPasteboard.hpp"
 #include "Tests/Desktop/Desktop.hpp"
 #include "Tests/Desktop/GuestClient.hpp"
+#include "Tests/Desktop/Selection.hpp"
 #include "Tests/TemporaryFolder.hpp"
 
 #include <QCoreApplication>
@@ -16,7 +17,6 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <X11/keysym.h>
 #include <algorithm>
 #include <atomic>
 #include <cstdint>
@@ -37,8 +37,6 @@ using namespace Desktop;
 namespace {
 
 namespace fs = std::filesystem;
-
-constexpr Seconds beat{0.1}; // the selecting program looks at the mouse and the keyboard now and then
 
 /// A desktop on which no two places near one another look alike.
 class Pattern {
@@ -154,12 +152,12 @@ QImage plain(const QImage& image) {
 /// The spice that takes pictures with the real tools of an X server, on known ground.
 class Capture : public testing::Test {
 protected:
-    static void SetUpTestSuite() { static const Pattern pattern(Screen().size()); }
-
-    ~Capture() override {
-        screen.setButtonDown(false);
-        screen.setKeyDown(XK_Escape, false);
+    Capture() {
+        fs::create_directory(temporary());
+        useTool(Linux::x11CaptureTool());
     }
+
+    static void SetUpTestSuite() { static const Pattern pattern(Screen().size()); }
 
     void useTool(const Fotrel::CaptureTool& tool) {
         spice.emplace(Fotrel::FotrelSpice::Services{.loop = loop,
@@ -183,55 +181,6 @@ protected:
 
     fs::path temporary() const { return folder.path() / "temporary"; }
     const auto& captures() const { return spice->captures(); }
-
-    /// Whether a selection has the mouse: then nobody else can.
-    bool isSelecting() const {
-        const auto reply = Linux::owned(xcb_grab_pointer_reply(
-            hand.get(),
-            xcb_grab_pointer(hand.get(), 1, root, 0, XCB_GRAB_MODE_ASYNC, XCB_GRAB_MODE_ASYNC, XCB_NONE,
-                             XCB_NONE, XCB_CURRENT_TIME),
-            nullptr));
-        const bool isOurs = reply && reply->status == XCB_GRAB_STATUS_SUCCESS;
-        xcb_ungrab_pointer(hand.get(), XCB_CURRENT_TIME);
-        xcb_flush(hand.get());
-        return !isOurs;
-    }
-
-    static void rest() {
-        static_cast<void>(holds([] { return true; }, beat));
-    }
-
-    void dragSelection(QPoint from, QPoint to) const {
-        ASSERT_TRUE(until([&] { return isSelecting(); }));
-        rest();
-        for (const QPoint& place : {from, from + (to - from) / 2, to}) {
-            screen.movePointer(place);
-            rest();
-            if (place == from) {
-                screen.setButtonDown(true);
-                rest();
-            }
-        }
-        screen.setButtonDown(false);
-    }
-
-    void clickSelection(QPoint place, int button = XCB_BUTTON_INDEX_1) const {
-        ASSERT_TRUE(until([&] { return isSelecting(); }));
-        rest();
-        screen.movePointer(place);
-        rest();
-        screen.setButtonDown(true, button);
-        rest();
-        screen.setButtonDown(false, button);
-    }
-
-    void pressEscape() const {
-        ASSERT_TRUE(until([&] { return isSelecting(); }));
-        rest();
-        screen.setKeyDown(XK_Escape, true);
-        EXPECT_TRUE(until([&] { return !isSelecting(); }));
-        screen.setKeyDown(XK_Escape, false);
-    }
 
     /// Once all that was started is over, and told.
     void expectCaptures(std::size_t count) const {
@@ -259,6 +208,7 @@ protected:
     }
 
     Screen screen;
+    const Selection selection{screen};
     GuestClient guest;
     TemporaryFolder folder;
     QtPlatform::QtMainLoop loop;
@@ -270,16 +220,6 @@ protected:
     Simulated::SimulatedTextRecogniser recogniser;
     std::unique_ptr<Watched> processes = std::make_unique<Watched>();
     std::optional<Fotrel::FotrelSpice> spice;
-
-private:
-    std::unique_ptr<xcb_connection_t, Linux::Disconnect> hand{xcb_connect(nullptr, nullptr)};
-    const xcb_window_t root = xcb_setup_roots_iterator(xcb_get_setup(hand.get())).data->root;
-
-protected:
-    Capture() {
-        fs::create_directory(temporary());
-        useTool(Linux::x11CaptureTool());
-    }
 };
 
 // What is taken
@@ -294,7 +234,7 @@ TEST_F(Capture, F2_ARegionIsExactlyWhatWasDraggedInWhateverDirection) {
     for (const auto& [from, to] : rows) {
         SCOPED_TRACE(count);
         spice->captureRegion();
-        dragSelection(from, to);
+        ASSERT_TRUE(selection.drag(from, to));
         expectCaptures(++count);
         EXPECT_EQ(newest(), Pattern::part(region));
     }
@@ -302,7 +242,7 @@ TEST_F(Capture, F2_ARegionIsExactlyWhatWasDraggedInWhateverDirection) {
 
 TEST_F(Capture, F2_ARegionOverTwoMonitorsIsOnePicture) {
     spice->captureRegion();
-    dragSelection({1200, 300}, {1500, 500});
+    ASSERT_TRUE(selection.drag({1200, 300}, {1500, 500}));
     expectCaptures(1);
     EXPECT_EQ(newest(), Pattern::part({1200, 300, 301, 201}));
 }
@@ -310,11 +250,11 @@ TEST_F(Capture, F2_ARegionOverTwoMonitorsIsOnePicture) {
 TEST_F(Capture, F2_ARegionReachesTheLastPixel) {
     const QPoint last(screen.size().width() - 1, screen.size().height() - 1);
     spice->captureRegion();
-    dragSelection({last.x() - 99, last.y() - 49}, last);
+    ASSERT_TRUE(selection.drag({last.x() - 99, last.y() - 49}, last));
     expectCaptures(1);
     EXPECT_EQ(newest(), Pattern::part({last.x() - 99, last.y() - 49, 100, 50}));
     spice->captureRegion();
-    dragSelection(last, {0, 0});
+    ASSERT_TRUE(selection.drag(last, {0, 0}));
     expectCaptures(2);
     EXPECT_EQ(newest(), Pattern::part(QRect({0, 0}, screen.size())));
 }
@@ -332,7 +272,7 @@ TEST_F(Capture, AWindowIsTakenWithItsFrame) {
     const QRect frame = screen.outerFrame(window).value();
     ASSERT_GT(frame.height(), 300) << "it has a title bar";
     spice->captureWindow();
-    clickSelection(frame.center());
+    ASSERT_TRUE(selection.click(frame.center()));
     expectCaptures(1);
     EXPECT_EQ(newest(), plain(screen.picture(frame)));
 }
@@ -341,7 +281,7 @@ TEST_F(Capture, HoweverFarTheHandMovesAWindowIsMeant) {
     const xcb_window_t window = open({.frame = {300, 200, 400, 300}});
     const QRect frame = screen.outerFrame(window).value();
     spice->captureWindow();
-    dragSelection({1000, 700}, frame.center());
+    ASSERT_TRUE(selection.drag({1000, 700}, frame.center()));
     expectCaptures(1);
     EXPECT_EQ(newest().size(), frame.size());
 }
@@ -352,9 +292,9 @@ TEST_F(Capture, F4_AWindowIsTakenAsItCanBeSeen) {
     const xcb_window_t upper =
         open({.isUndecorated = true, .isOverrideRedirect = false, .frame = {600, 400, 200, 200}});
     screen.activate(upper);
-    rest();
+    Selection::rest();
     spice->captureWindow();
-    clickSelection(frame.topLeft() + QPoint(60, 60));
+    ASSERT_TRUE(selection.click(frame.topLeft() + QPoint(60, 60)));
     expectCaptures(1);
     EXPECT_EQ(newest(), plain(screen.picture(frame)));
 }
@@ -372,9 +312,9 @@ TEST_F(Capture, F4_OfAWindowPartlyOutsideTheScreenThePartInsideIsTaken) {
         screen.moveAndResize(window, QRect(place, QSize(400, 300)));
         ASSERT_TRUE(until([&] { return screen.outerFrame(window).value_or(QRect()).topLeft() == place; }));
         const QRect visible = screen.outerFrame(window).value() & all;
-        rest();
+        Selection::rest();
         spice->captureWindow();
-        clickSelection(visible.center());
+        ASSERT_TRUE(selection.click(visible.center()));
         expectCaptures(++count);
         EXPECT_EQ(newest().size(), visible.size());
         EXPECT_EQ(newest(), plain(screen.picture(visible)));
@@ -389,7 +329,7 @@ TEST_F(Capture, F4_TheShadowThatAProgramDrawsItselfIsLeftOut) {
     const QRect frame = screen.frame(window).value();
     const QRect inside = frame.adjusted(26, 23, -20, -29);
     spice->captureWindow();
-    clickSelection(frame.center());
+    ASSERT_TRUE(selection.click(frame.center()));
     expectCaptures(1);
     EXPECT_EQ(newest().size(), inside.size());
     EXPECT_EQ(newest(), plain(screen.picture(inside)));
@@ -421,7 +361,7 @@ TEST_F(Capture, AShadowThatIsNoneChangesNothing) {
         prepare();
         guest.settle();
         spice->captureWindow();
-        clickSelection(frame.center());
+        ASSERT_TRUE(selection.click(frame.center()));
         expectCaptures(++count);
         EXPECT_EQ(newest().size(), frame.size());
     }
@@ -430,7 +370,7 @@ TEST_F(Capture, AShadowThatIsNoneChangesNothing) {
 
 TEST_F(Capture, TheDesktopItselfIsTheWholeScreen) {
     spice->captureWindow();
-    clickSelection({1000, 700});
+    ASSERT_TRUE(selection.click({1000, 700}));
     expectCaptures(1);
     EXPECT_EQ(newest(), Pattern::part(QRect({0, 0}, screen.size())));
 }
@@ -442,20 +382,20 @@ TEST_F(Capture, F1_ACancelledSelectionLeavesNothing) {
                                           [this] { spice->captureWindow(); }};
     for (const auto& capture : ways) {
         capture();
-        pressEscape();
+        ASSERT_TRUE(selection.escape());
         expectCaptures(0);
         capture();
-        clickSelection({500, 400}, XCB_BUTTON_INDEX_3);
+        ASSERT_TRUE(selection.click({500, 400}, XCB_BUTTON_INDEX_3));
         expectCaptures(0);
     }
 }
 
 TEST_F(Capture, F1_ARegionOfNoSizeIsCancelled) {
     spice->captureRegion();
-    clickSelection({500, 400});
+    ASSERT_TRUE(selection.click({500, 400}));
     expectCaptures(0);
     spice->captureRegion();
-    dragSelection({500, 400}, {500, 460});
+    ASSERT_TRUE(selection.drag({500, 400}, {500, 460}));
     expectCaptures(0);
 }
 
@@ -538,31 +478,31 @@ TEST_F(Capture, TwentyOneAtOnceLeaveTheTwentyNewest) {
 
 TEST_F(Capture, F6_ASecondSelectionGivesWayToTheFirstAndAScreenDoesNotWait) {
     spice->captureRegion();
-    ASSERT_TRUE(until([&] { return isSelecting(); }));
+    ASSERT_TRUE(until([&] { return selection.isGoingOn(); }));
     spice->captureScreen();
     ASSERT_TRUE(until([&] { return captures().size() == 1; }));
     spice->captureRegion();
     ASSERT_TRUE(until([&] { return processes->ended() == 2; })) << "it cannot have the mouse";
     EXPECT_EQ(captures().size(), 1U);
-    dragSelection({100, 100}, {199, 199});
+    ASSERT_TRUE(selection.drag({100, 100}, {199, 199}));
     expectCaptures(2);
     EXPECT_EQ(newest(), Pattern::part({100, 100, 100, 100}));
 }
 
 TEST_F(Capture, F6_WhatWasUnderWayWhenTheSpiceWasTurnedOffStillArrives) {
     spice->captureRegion();
-    ASSERT_TRUE(until([&] { return isSelecting(); }));
+    ASSERT_TRUE(until([&] { return selection.isGoingOn(); }));
     spice->rest();
-    dragSelection({100, 100}, {199, 199});
+    ASSERT_TRUE(selection.drag({100, 100}, {199, 199}));
     expectCaptures(1);
 }
 
 TEST_F(Capture, ASelectionEndsWithTheProgram) {
     spice->captureRegion();
-    ASSERT_TRUE(until([&] { return isSelecting(); }));
+    ASSERT_TRUE(until([&] { return selection.isGoingOn(); }));
     spice.reset();
     processes.reset();
-    EXPECT_TRUE(until([&] { return !isSelecting(); }));
+    EXPECT_TRUE(until([&] { return !selection.isGoingOn(); }));
     expectNoFile();
 }
 
@@ -577,7 +517,7 @@ TEST_F(Capture, WithoutItsHelpersMaimSelectsByItself) {
     ::setenv("PATH", programs.c_str(), 1);
     spice->captureRegion();
     ::setenv("PATH", before.c_str(), 1);
-    dragSelection({310, 210}, {500, 340});
+    ASSERT_TRUE(selection.drag({310, 210}, {500, 340}));
     expectCaptures(1);
     EXPECT_EQ(newest(), Pattern::part({310, 210, 191, 131}));
 }
