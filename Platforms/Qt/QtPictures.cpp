@@ -171,10 +171,11 @@ void appendChunk(std::string& png, std::string_view type, QByteArrayView content
 }
 
 bool isOpaque(const QImage& image) {
+    const int width = image.width();
     for (int row = 0; row < image.height(); ++row) {
         const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(row));
         QRgb all = ~QRgb{0};
-        for (int column = 0; column < image.width(); ++column) {
+        for (int column = 0; column < width; ++column) {
             all &= line[column];
         }
         if (qAlpha(all) != 0xFF) {
@@ -193,13 +194,14 @@ bool isPlain(const QImage& image) {
 /// The rows of a plain picture, each pixel as its difference to the one on the left.
 QByteArray differences(const QImage& image) {
     constexpr char toTheLeft = 1;
-    QByteArray rows((qsizetype{image.width()} * 3 + 1) * image.height(), Qt::Uninitialized);
+    const int width = image.width();
+    QByteArray rows((qsizetype{width} * 3 + 1) * image.height(), Qt::Uninitialized);
     char* next = rows.data();
     for (int row = 0; row < image.height(); ++row) {
         const auto* line = reinterpret_cast<const QRgb*>(image.constScanLine(row));
         *next++ = toTheLeft;
         QRgb left = 0;
-        for (int column = 0; column < image.width(); ++column) {
+        for (int column = 0; column < width; ++column) {
             const QRgb pixel = line[column];
             *next++ = static_cast<char>(qRed(pixel) - qRed(left));
             *next++ = static_cast<char>(qGreen(pixel) - qGreen(left));

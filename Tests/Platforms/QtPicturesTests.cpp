@@ -135,7 +135,7 @@ protected:
     }
     std::optional<Picture> read(const std::string& bytes) { return pictures_.read(file(bytes)); }
 
-    const QtPictures pictures_;
+    const QtPictures pictures_{};
     const TemporaryFolder folder_;
     int count_ = 0;
 };
