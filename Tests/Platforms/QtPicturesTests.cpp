@@ -344,11 +344,11 @@ TEST_F(PictureFiles, APreviewIsMadeOfEveryPixel) {
     ASSERT_TRUE(picture);
     const auto& preview = picture->preview();
     ASSERT_EQ(preview.width, 400);
-    for (const std::size_t row : {0, 124, 249}) {
-        for (const std::size_t column : {0, 100, 198}) {
+    for (const std::size_t row : {0U, 124U, 249U}) {
+        for (const std::size_t column : {0U, 100U, 198U}) {
             EXPECT_NEAR(qRed(preview.argb[row * 400 + column]), 127, 2) << column << ' ' << row;
         }
-        for (const std::size_t column : {201, 300, 399}) {
+        for (const std::size_t column : {201U, 300U, 399U}) {
             EXPECT_EQ(preview.argb[row * 400 + column], 0xFFFFFFFFU) << column << ' ' << row;
         }
     }
@@ -449,7 +449,7 @@ TEST_F(PictureFiles, F16_AFullDiskLeavesWhatWasThere) {
     const Picture picture = QtPictures::picture(screen(1280, 800));
     ASSERT_GT(picture.png().size(), 100'000U);
     const fs::path there = file("what was there");
-    for (const rlim_t room : {0, 100, 50'000}) {
+    for (const rlim_t room : {0U, 100U, 50'000U}) {
         SCOPED_TRACE(room);
         const FullDisk full(room);
         EXPECT_FALSE(pictures_.write(picture, there));
