@@ -2,7 +2,7 @@
 #
 #   need build test      installs what is missing of these groups, and nothing when all is there
 
-packages_build="g++ cmake ninja-build ccache pkg-config qt6-base-dev qt6-svg-dev libqt6svg6 libxcb1-dev libxcb-randr0-dev libxcb-res0-dev libxcb-xfixes0-dev libicu-dev libpulse-dev libtesseract-dev libleptonica-dev nlohmann-json3-dev libgtest-dev libbenchmark-dev"
+packages_build="g++ cmake ninja-build ccache pkg-config qt6-base-dev qt6-svg-dev libqt6svg6 libxcb1-dev libxcb-randr0-dev libxcb-res0-dev libxcb-xfixes0-dev libicu-dev libpng-dev libpulse-dev libtesseract-dev libleptonica-dev nlohmann-json3-dev libgtest-dev libbenchmark-dev"
 packages_run="fonts-inter maim slop x11-utils grim slurp tesseract-ocr-eng"
 packages_test="maim slop tesseract-ocr-eng fonts-dejavu-core xvfb xauth x11-utils x11-xserver-utils openbox wmctrl dbus at-spi2-core libatspi2.0-dev libxcb-xtest0-dev libglib2.0-bin gvfs gvfs-daemons procps fonts-inter xfce4-panel xfconf libgtk-3-dev libayatana-appindicator3-dev flameshot pasystray parcellite xclip mousepad xterm xfwm4 metacity i3-wm xcompmgr xserver-xorg-core xserver-xorg-video-dummy pulseaudio pulseaudio-utils pipewire pipewire-pulse wireplumber upower umockdev libumockdev-dev gir1.2-umockdev-1.0 python3-gi python3-dbusmock"
 packages_display="xclip xterm xvfb x11-utils x11-xserver-utils openbox wmctrl dbus fonts-inter libxcb-xtest0-dev"

@@ -1,5 +1,7 @@
 #include "Platforms/Qt/QtPictures.hpp"
 
+#include "Platforms/Qt/ReducedPng.hpp"
+
 #include <QBuffer>
 #include <QByteArrayView>
 #include <QColorSpace>
@@ -71,16 +73,16 @@ std::int64_t number(std::string_view bytes) {
     return value;
 }
 
-/// Whether a file that begins so says that it is the PNG of a picture that is not too large: known before
-/// room is made for any of it.
-bool isAcceptable(std::string_view head) {
-    if (head.size() != headSize || !head.starts_with(beginning)) {
-        return false;
+/// As its head says; none where this is not how a PNG begins, or where it is too large to be of a screen.
+QSize sizeOf(std::string_view png) {
+    if (png.size() < headSize || !png.starts_with(beginning)) {
+        return {};
     }
-    const std::int64_t width = number(head.substr(beginning.size()));
-    const std::int64_t height = number(head.substr(beginning.size() + 4));
-    return width > 0 && height > 0 && width <= QtPictures::longestSide && height <= QtPictures::longestSide &&
-           width * height <= QtPictures::mostPixels;
+    const std::int64_t width = number(png.substr(beginning.size()));
+    const std::int64_t height = number(png.substr(beginning.size() + 4));
+    const bool isAcceptable = width > 0 && height > 0 && width <= QtPictures::longestSide &&
+                              height <= QtPictures::longestSide && width * height <= QtPictures::mostPixels;
+    return isAcceptable ? QSize(static_cast<int>(width), static_cast<int>(height)) : QSize();
 }
 
 /// The first so many bytes; fewer where there are no more.
@@ -117,12 +119,18 @@ QImage decoded(std::string_view png) {
     return isWhole ? image : QImage();
 }
 
-Pixels previewOf(const QImage& image) {
-    const bool isSmall = image.width() <= Picture::previewWidth && image.height() <= Picture::previewHeight;
-    const QImage small = (isSmall ? image
-                                  : image.scaled(Picture::previewWidth, Picture::previewHeight,
-                                                 Qt::KeepAspectRatio, Qt::SmoothTransformation))
-                             .convertToFormat(QImage::Format_ARGB32);
+/// Of a picture of this size.
+QSize previewSize(const QSize& size) {
+    const QSize most(Picture::previewWidth, Picture::previewHeight);
+    const bool isSmall = size.width() <= most.width() && size.height() <= most.height();
+    return isSmall ? size : size.scaled(most, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
+}
+
+/// `image`: all of the picture, maybe not as large as it is.
+Pixels previewOf(const QImage& image, const QSize& size) {
+    const QImage small =
+        (image.size() == size ? image : image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation))
+            .convertToFormat(QImage::Format_ARGB32);
     Pixels result{small.width(), small.height(), {}};
     result.argb.reserve(static_cast<std::size_t>(small.width()) * static_cast<std::size_t>(small.height()));
     for (int row = 0; row < small.height(); ++row) {
@@ -272,18 +280,22 @@ std::optional<Picture> QtPictures::read(const fs::path& path) const {
     }
     std::string bytes;
     fill(bytes, file, headSize);
-    if (!isAcceptable(bytes)) {
+    if (!sizeOf(bytes).isValid()) { // known before room is made for any of it
         return std::nullopt;
     }
     fill(bytes, file, std::max(headSize, static_cast<std::size_t>(file.size())));
-    const QImage image = decoded(bytes);
+    const QSize size = sizeOf(bytes);
+    const QSize small = previewSize(size);
+    const int step = std::max(size.width() / small.width(), size.height() / small.height()) / 2;
+    const auto reduced = step > 1 ? reducedPng(bytes, step) : std::nullopt;
+    const QImage image = reduced ? *reduced : decoded(bytes);
     if (image.isNull()) {
         return std::nullopt;
     }
-    return Picture({.width = image.width(),
-                    .height = image.height(),
+    return Picture({.width = size.width(),
+                    .height = size.height(),
                     .png = std::move(bytes),
-                    .preview = previewOf(image)});
+                    .preview = previewOf(image, small)});
 }
 
 Picture QtPictures::compacted(const Picture& picture) const {
@@ -341,7 +353,7 @@ Picture QtPictures::picture(const QImage& image) {
     return Picture({.width = image.width(),
                     .height = image.height(),
                     .png = std::move(png),
-                    .preview = previewOf(image),
+                    .preview = previewOf(image, previewSize(image.size())),
                     .isCompact = true});
 }
 

@@ -246,6 +246,21 @@ TEST_F(PictureFiles, F7_ADamagedByteMakesItNone) {
     }
 }
 
+TEST_F(PictureFiles, F7_OfALargeScreenToo) {
+    const std::string whole = encoded(screen(2560, 1440), "PNG", 80);
+    const auto picture = read(whole);
+    ASSERT_TRUE(picture);
+    EXPECT_EQ(picture->width(), 2560);
+    EXPECT_EQ(picture->height(), 1440);
+    const std::size_t data = whole.find("IDAT");
+    for (const std::size_t length : {std::size_t{33}, data + 4, data + 5000, whole.size() / 2,
+                                     whole.size() - 12, whole.size() - 4, whole.size() - 1}) {
+        SCOPED_TRACE(length);
+        EXPECT_FALSE(read(whole.substr(0, length)));
+    }
+    EXPECT_FALSE(read(headOf(2560, 1441) + whole.substr(33)));
+}
+
 TEST_F(PictureFiles, F7_WhatIsNoFileIsNone) {
     EXPECT_FALSE(pictures_.read(folder_.path() / "missing.png"));
     EXPECT_FALSE(pictures_.read(folder_.path()));
@@ -351,6 +366,26 @@ TEST_F(PictureFiles, APreviewIsMadeOfEveryPixel) {
         for (const std::size_t column : {201U, 300U, 399U}) {
             EXPECT_EQ(preview.argb[row * 400 + column], 0xFFFFFFFFU) << column << ' ' << row;
         }
+    }
+}
+
+TEST_F(PictureFiles, ALargeScreenLooksTheSameWhateverWayItIsMadeSmall) {
+    for (const QSize& size : {QSize(2560, 1440), QSize(3841, 2161), QSize(1921, 600)}) {
+        SCOPED_TRACE(std::to_string(size.width()) + "x" + std::to_string(size.height()));
+        const QImage image = screen(size.width(), size.height());
+        const auto quick = read(encoded(image, "PNG", 80));
+        ASSERT_TRUE(quick);
+        const ZorbelKit::Pixels& first = quick->preview();
+        const ZorbelKit::Picture drawn = QtPictures::picture(image); // of all its pixels at once
+        const ZorbelKit::Pixels& second = drawn.preview();
+        ASSERT_EQ(first.width, second.width);
+        ASSERT_EQ(first.height, second.height);
+        std::int64_t difference = 0;
+        for (std::size_t index = 0; index < first.argb.size(); ++index) {
+            difference += std::abs(qGray(first.argb[index]) - qGray(second.argb[index]));
+            EXPECT_EQ(qAlpha(first.argb[index]), 0xFF);
+        }
+        EXPECT_LT(static_cast<double>(difference) / static_cast<double>(first.argb.size()), 4);
     }
 }
 
