@@ -31,9 +31,8 @@ bool Selection::isGoingOn() const {
 }
 
 bool Selection::begins() const {
-    const bool hasBegun = until([this] { return isGoingOn(); });
-    rest();
-    return hasBegun;
+    // A panel that closes holds the pointer for a moment too.
+    return until([this] { return holds([this] { return isGoingOn(); }, beat); });
 }
 
 bool Selection::drag(QPoint from, QPoint to) const {
@@ -49,7 +48,7 @@ bool Selection::drag(QPoint from, QPoint to) const {
     screen_.movePointer(to);
     rest();
     screen_.setButtonDown(false);
-    return true;
+    return until([this] { return !isGoingOn(); });
 }
 
 bool Selection::click(QPoint place, int button) const {
@@ -61,7 +60,7 @@ bool Selection::click(QPoint place, int button) const {
     screen_.setButtonDown(true, button);
     rest();
     screen_.setButtonDown(false, button);
-    return true;
+    return until([this] { return !isGoingOn(); });
 }
 
 bool Selection::escape() const {

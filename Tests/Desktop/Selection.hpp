@@ -22,7 +22,7 @@ public:
     /// Whether a program has the mouse to itself.
     bool isGoingOn() const;
 
-    // Each waits for a selection to begin. False where none does.
+    // Each waits for a selection to begin, and then for its end. False where there is none.
     [[nodiscard]] bool drag(QPoint from, QPoint to) const;
     [[nodiscard]] bool click(QPoint place, int button = XCB_BUTTON_INDEX_1) const;
     [[nodiscard]] bool escape() const; // false too where it goes on
