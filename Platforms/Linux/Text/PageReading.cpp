@@ -1,6 +1,7 @@
 #include "Platforms/Linux/Text/PageReading.hpp"
 
 #include "Platforms/Linux/Text/TextLines.hpp"
+#include "Platforms/Linux/WithoutSignals.hpp"
 
 #include <QPainter>
 #include <QString>
@@ -8,6 +9,7 @@
 #include <algorithm>
 #include <cstdint>
 #include <span>
+#include <system_error>
 #include <thread>
 
 namespace Linux {
@@ -78,7 +80,12 @@ std::vector<std::string> linesOn(const QImage& page, const std::vector<std::uniq
     };
     std::vector<std::thread> helpers;
     for (std::size_t reader = 1; reader < std::min(readers.size(), pieces.size()); ++reader) {
-        helpers.emplace_back(work, std::ref(*readers[reader]));
+        const WithoutSignals meanwhile;
+        try {
+            helpers.emplace_back(work, std::ref(*readers[reader]));
+        } catch (const std::system_error&) {
+            break; // the system has no thread left: one reader is enough
+        }
     }
     work(*readers.front());
     for (auto& helper : helpers) {

@@ -2,6 +2,7 @@
 
 #include "Platforms/Linux/Text/LineReaders.hpp"
 #include "Platforms/Linux/Text/PageReading.hpp"
+#include "Platforms/Linux/WithoutSignals.hpp"
 #include "Platforms/Qt/QtPictures.hpp"
 
 #include <atomic>
@@ -10,6 +11,7 @@
 #include <deque>
 #include <mutex>
 #include <optional>
+#include <system_error>
 #include <thread>
 #include <utility>
 
@@ -26,16 +28,14 @@ public:
 
     void add(const ZorbelKit::Picture& picture, ZorbelKit::Priority priority,
              std::function<void(Lines lines)> done) {
-        const std::lock_guard lock(mutex_);
+        std::unique_lock lock(mutex_);
+        if (!isRunning_ && !begin()) {
+            lock.unlock();
+            done(std::nullopt);
+            return;
+        }
         (priority == ZorbelKit::Priority::userInitiated ? urgent_ : others_)
             .push_back({picture, std::move(done)});
-        if (!isRunning_) {
-            if (thread_.joinable()) {
-                thread_.join(); // has nothing left to do but to end
-            }
-            isRunning_ = true;
-            thread_ = std::thread([this] { run(); });
-        }
         changed_.notify_one();
     }
 
@@ -67,6 +67,21 @@ private:
         ZorbelKit::Picture picture;
         std::function<void(Lines lines)> done;
     };
+
+    /// Under the lock. False where the system has no thread left.
+    bool begin() {
+        if (thread_.joinable()) {
+            thread_.join(); // has nothing left to do but to end
+        }
+        const WithoutSignals meanwhile;
+        try {
+            thread_ = std::thread([this] { run(); });
+            isRunning_ = true;
+        } catch (const std::system_error&) {
+            isRunning_ = false;
+        }
+        return isRunning_;
+    }
 
     void run() {
         while (auto reading = next()) {
