@@ -4,6 +4,7 @@
 #include "Platforms/Simulated/SimulatedFiles.hpp"
 #include "Tests/TemporaryFolder.hpp"
 #include "Tests/TestFiles.hpp"
+#include "Tests/TimeZone.hpp"
 
 #include <gtest/gtest.h>
 
@@ -27,32 +28,6 @@ namespace {
 
 constexpr std::int64_t most = std::numeric_limits<std::int64_t>::max();
 constexpr auto day = 24h;
-
-/// The process is in another time zone meanwhile.
-class TimeZone {
-public:
-    explicit TimeZone(const char* zone) {
-        if (const char* value = std::getenv("TZ")) {
-            before_ = value;
-        }
-        set(zone);
-    }
-    TimeZone(const TimeZone&) = delete;
-    TimeZone& operator=(const TimeZone&) = delete;
-    ~TimeZone() { set(before_ ? before_->c_str() : nullptr); }
-
-private:
-    static void set(const char* zone) {
-        if (zone) {
-            ::setenv("TZ", zone, 1);
-        } else {
-            ::unsetenv("TZ");
-        }
-        ::tzset();
-    }
-
-    std::optional<std::string> before_;
-};
 
 TimePoint utc(int year, unsigned month, unsigned dayOfMonth, std::chrono::nanoseconds time = 0h) {
     return std::chrono::sys_days(std::chrono::year(year) / std::chrono::month(month) /

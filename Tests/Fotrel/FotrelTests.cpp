@@ -1,5 +1,6 @@
 #include "Fotrel/Fotrel.hpp"
 #include "Platforms/Simulated/SimulatedHost.hpp"
+#include "Tests/Fotrel/FotrelServices.hpp"
 
 #include <gtest/gtest.h>
 
@@ -34,18 +35,7 @@ using Texts = std::vector<std::string>;
 struct Screen {
     SimulatedHost host;
     const int liveBefore = host.liveThings();
-    std::unique_ptr<FotrelSpice> spice = std::make_unique<FotrelSpice>(FotrelSpice::Services{
-        .loop = host.loop,
-        .clock = host.clock,
-        .processes = host.processes,
-        .pasteboard = host.pasteboard,
-        .savePanel = host.savePanel,
-        .panels = host.panels,
-        .language = host.language,
-        .recogniser = host.textRecogniser,
-        .pictures = host.pictures,
-        .tool = Simulated::simulatedCaptureTool(),
-    });
+    std::unique_ptr<FotrelSpice> spice = std::make_unique<FotrelSpice>(fotrelServices(host));
 
     const std::vector<Capture>& captures() const { return spice->captures(); }
 

@@ -3,6 +3,7 @@
 #include "Platforms/Linux/Storage/TrashNames.hpp"
 #include "Platforms/Simulated/SimulatedMainLoop.hpp"
 #include "Tests/Platforms/TrashTest.hpp"
+#include "Tests/TimeZone.hpp"
 
 #include <fcntl.h>
 #include <gtest/gtest.h>
@@ -52,27 +53,6 @@ const std::string strangeNames[] = {
     "a" + std::string(254, '\xbf'),
 };
 
-/// The time zone of the process, put back at the end.
-class Zone {
-public:
-    explicit Zone(const char* name) {
-        if (const char* before = std::getenv("TZ")) {
-            before_ = before;
-        }
-        set(name);
-    }
-    Zone(const Zone&) = delete;
-    Zone& operator=(const Zone&) = delete;
-    ~Zone() { set(before_ ? before_->c_str() : nullptr); }
-
-private:
-    static void set(const char* name) {
-        name ? ::setenv("TZ", name, 1) : ::unsetenv("TZ");
-        ::tzset();
-    }
-    std::optional<std::string> before_;
-};
-
 class Trash : public TrashTest {};
 
 } // namespace
@@ -120,7 +100,7 @@ TEST(TrashNames, ANumberComesBeforeTheExtension) {
 
 TEST(TrashNames, TheDateIsThatOfTheClockOnTheWall) {
     const std::time_t moment = 1'800'000'000; // 2027-01-15T08:00:00 in Greenwich
-    const Zone zone("<+0530>-05:30");
+    const TimeZone zone("<+0530>-05:30");
     EXPECT_EQ(Linux::trashInfo("/a b", moment),
               "[Trash Info]\nPath=/a%20b\nDeletionDate=2027-01-15T13:30:00\n");
 }

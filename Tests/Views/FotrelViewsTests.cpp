@@ -4,6 +4,7 @@
 #include "Platforms/Qt/QtPictures.hpp"
 #include "Platforms/Simulated/SimulatedHost.hpp"
 #include "Platforms/Simulated/SimulatedSuite.hpp"
+#include "Tests/Fotrel/FotrelServices.hpp"
 #include "Tests/Views/SpiceViewTest.hpp"
 #include "Zorbel/Blend.hpp"
 #include "Zorbel/DashboardView.hpp"
@@ -174,16 +175,7 @@ protected:
     }
 
     Simulated::SimulatedHost host;
-    FotrelSpice spice{{.loop = host.loop,
-                       .clock = host.clock,
-                       .processes = host.processes,
-                       .pasteboard = host.pasteboard,
-                       .savePanel = host.savePanel,
-                       .panels = host.panels,
-                       .language = host.language,
-                       .recogniser = host.textRecogniser,
-                       .pictures = host.pictures,
-                       .tool = Simulated::simulatedCaptureTool()}};
+    FotrelSpice spice{fotrelServices(host)};
 };
 
 TEST_F(FotrelViewsTest, TheSpiceHandsOutItsViews) {
