@@ -5,9 +5,9 @@
 #include "Benchmarks/RunLoop.hpp"
 #include "Fotrel/Fotrel.hpp"
 #include "Platforms/Linux/Capture/CaptureTools.hpp"
+#include "Platforms/Linux/Capture/LinuxPictures.hpp"
 #include "Platforms/Linux/Capture/LinuxProcesses.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
-#include "Platforms/Qt/QtPictures.hpp"
 #include "Platforms/Simulated/SimulatedCapture.hpp"
 #include "Platforms/Simulated/SimulatedLanguage.hpp"
 #include "Platforms/Simulated/SimulatedPasteboard.hpp"
@@ -60,17 +60,31 @@ private:
     Steps& steps_;
 };
 
-class TimedPictures : public QtPlatform::QtPictures {
+class TimedPictures : public Linux::LinuxPictures {
 public:
     explicit TimedPictures(Steps& steps)
         : steps_(steps) {}
-    std::optional<ZorbelKit::Picture> read(const path& file) const override {
-        auto picture = QtPictures::read(file);
-        steps_.read = now();
-        return picture;
+    std::unique_ptr<ZorbelKit::ExpectedPicture> expect(const path& file) const override {
+        return std::make_unique<TimedPicture>(steps_, LinuxPictures::expect(file));
     }
 
 private:
+    class TimedPicture : public ZorbelKit::ExpectedPicture {
+    public:
+        TimedPicture(Steps& steps, std::unique_ptr<ZorbelKit::ExpectedPicture> picture)
+            : steps_(steps)
+            , picture_(std::move(picture)) {}
+        std::optional<ZorbelKit::Picture> read() override {
+            auto picture = picture_->read();
+            steps_.read = now();
+            return picture;
+        }
+
+    private:
+        Steps& steps_;
+        std::unique_ptr<ZorbelKit::ExpectedPicture> picture_;
+    };
+
     Steps& steps_;
 };
 
@@ -195,7 +209,7 @@ int main(int argumentCount, char** arguments) {
     table.add({"maim FILE", maim.text(1)});
     table.add({"from the press to the row", own.text(1)});
     table.add({"  the tool", tool.text(1)});
-    table.add({"  reading its file", reading.text(1)});
+    table.add({"  the rest of its file", reading.text(1)});
     table.add({"  into the list", arriving.text(1)});
     table.print();
 

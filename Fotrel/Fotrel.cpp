@@ -73,9 +73,10 @@ void FotrelSpice::start(std::vector<std::string> arguments) {
     const auto file = services_.pictures->temporaryFile("zorbel-" + Uuid::make().text() + ".png");
     arguments.push_back(file.string());
     auto take = lifetime_.guard([this](const Picture& image) { add(image); });
-    auto ended = [pictures = services_.pictures, &loop = services_.loop, file,
+    const std::shared_ptr<ExpectedPicture> expected = services_.pictures->expect(file);
+    auto ended = [pictures = services_.pictures, expected, &loop = services_.loop, file,
                   take = std::move(take)](int status) {
-        const auto image = status == 0 ? pictures->read(file) : std::nullopt;
+        const auto image = status == 0 ? expected->read() : std::nullopt;
         pictures->remove(file);
         if (image) {
             loop.post([take, image = *image]() mutable { take(image); });

@@ -1,5 +1,6 @@
 #include "Duvesk/Scanner.hpp"
 #include "Platforms/Linux/Capture/CaptureTools.hpp"
+#include "Platforms/Linux/Capture/LinuxPictures.hpp"
 #include "Platforms/Linux/Capture/LinuxProcesses.hpp"
 #include "Platforms/Linux/Clipboard/X11Pasteboard.hpp"
 #include "Platforms/Linux/CoreDumps.hpp"
@@ -23,7 +24,6 @@
 #include "Platforms/Linux/XConnection.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
 #include "Platforms/Qt/QtPanels.hpp"
-#include "Platforms/Qt/QtPictures.hpp"
 #include "Platforms/Qt/QtSavePanel.hpp"
 #include "Platforms/Qt/QtScreens.hpp"
 #include "Platforms/Qt/QtShellWindows.hpp"
@@ -158,7 +158,7 @@ public:
                               .savePanel = savePanel,
                               .panels = panels,
                               .textRecogniser = textRecogniser,
-                              .pictures = std::make_shared<const QtPlatform::QtPictures>(),
+                              .pictures = std::make_shared<const Linux::LinuxPictures>(),
                               .captureTool = Linux::captureTool(),
                               .scanner = std::make_shared<const Duvesk::Scanner>(
                                   std::make_shared<const Linux::LinuxPlaces>(layout, walker), walker),

@@ -1,12 +1,11 @@
 #include "Platforms/Qt/QtPictures.hpp"
 
-#include "Platforms/Qt/ReducedPng.hpp"
+#include "Platforms/Qt/PictureIntake.hpp"
 
 #include <QBuffer>
 #include <QByteArrayView>
 #include <QColorSpace>
 #include <QFile>
-#include <QImageReader>
 #include <QSaveFile>
 #include <fcntl.h>
 #include <sys/stat.h>
@@ -35,11 +34,9 @@ using namespace std::string_view_literals;
 // same.
 constexpr std::string_view beginning = "\x89PNG\r\n\x1A\n\0\0\0\x0DIHDR"sv;
 constexpr std::string_view ending = "\0\0\0\0IEND\xAE\x42\x60\x82"sv;
-constexpr std::size_t headSize = beginning.size() + 8; // with width and height
 
 constexpr int leastEffort = 80;             // of 100, where 100 means no compression
 constexpr int leastEffortOfCompression = 1; // of 9
-constexpr std::int64_t mostBytesOfPixel = 8;
 
 // Reading
 
@@ -63,81 +60,6 @@ bool openRegular(QFile& file, const fs::path& path) {
         return false;
     }
     return true;
-}
-
-std::int64_t number(std::string_view bytes) {
-    std::int64_t value = 0;
-    for (const char byte : bytes.substr(0, 4)) {
-        value = value << 8 | static_cast<unsigned char>(byte);
-    }
-    return value;
-}
-
-/// As its head says; none where this is not how a PNG begins, or where it is too large to be of a screen.
-QSize sizeOf(std::string_view png) {
-    if (png.size() < headSize || !png.starts_with(beginning)) {
-        return {};
-    }
-    const std::int64_t width = number(png.substr(beginning.size()));
-    const std::int64_t height = number(png.substr(beginning.size() + 4));
-    const bool isAcceptable = width > 0 && height > 0 && width <= QtPictures::longestSide &&
-                              height <= QtPictures::longestSide && width * height <= QtPictures::mostPixels;
-    return isAcceptable ? QSize(static_cast<int>(width), static_cast<int>(height)) : QSize();
-}
-
-/// The first so many bytes; fewer where there are no more.
-void fill(std::string& bytes, QFile& file, std::size_t size) {
-    const std::size_t before = bytes.size();
-    bytes.resize(size);
-    const qint64 count = file.read(bytes.data() + before, static_cast<qint64>(size - before));
-    bytes.resize(before + static_cast<std::size_t>(std::max<qint64>(count, 0)));
-}
-
-/// The library's limit holds for the whole process and is lower than a desk of large screens needs.
-void raiseLimitOfReader() {
-    constexpr int needed = QtPictures::mostPixels * mostBytesOfPixel / (1 << 20) + 1; // MiB
-    static const bool isRaised = [] {
-        if (QImageReader::allocationLimit() < needed) {
-            QImageReader::setAllocationLimit(needed);
-        }
-        return true;
-    }();
-    static_cast<void>(isRaised);
-}
-
-/// All pixels; null where these bytes are no whole PNG.
-QImage decoded(std::string_view png) {
-    raiseLimitOfReader();
-    QByteArray bytes = QByteArray::fromRawData(png.data(), static_cast<qsizetype>(png.size()));
-    QBuffer buffer(&bytes);
-    buffer.open(QIODevice::ReadOnly);
-    QImageReader reader(&buffer, "png");
-    reader.setAutoDetectImageFormat(false); // nothing else is tried where it is none
-    QImage image = reader.read();
-    // The library makes up for an end that is missing.
-    const bool isWhole = png.substr(0, static_cast<std::size_t>(buffer.pos())).ends_with(ending);
-    return isWhole ? image : QImage();
-}
-
-/// Of a picture of this size.
-QSize previewSize(const QSize& size) {
-    const QSize most(Picture::previewWidth, Picture::previewHeight);
-    const bool isSmall = size.width() <= most.width() && size.height() <= most.height();
-    return isSmall ? size : size.scaled(most, Qt::KeepAspectRatio).expandedTo(QSize(1, 1));
-}
-
-/// `image`: all of the picture, maybe not as large as it is.
-Pixels previewOf(const QImage& image, const QSize& size) {
-    const QImage small =
-        (image.size() == size ? image : image.scaled(size, Qt::IgnoreAspectRatio, Qt::SmoothTransformation))
-            .convertToFormat(QImage::Format_ARGB32);
-    Pixels result{small.width(), small.height(), {}};
-    result.argb.reserve(static_cast<std::size_t>(small.width()) * static_cast<std::size_t>(small.height()));
-    for (int row = 0; row < small.height(); ++row) {
-        const auto* line = reinterpret_cast<const QRgb*>(small.constScanLine(row));
-        result.argb.insert(result.argb.end(), line, line + small.width());
-    }
-    return result;
 }
 
 // Writing
@@ -275,27 +197,16 @@ fs::path temporaryFolder() {
 
 std::optional<Picture> QtPictures::read(const fs::path& path) const {
     QFile file;
-    if (!openRegular(file, path) || file.size() > longestFile) {
+    if (!openRegular(file, path)) {
         return std::nullopt;
     }
-    std::string bytes;
-    fill(bytes, file, headSize);
-    if (!sizeOf(bytes).isValid()) { // known before room is made for any of it
-        return std::nullopt;
+    PictureIntake intake(file.size());
+    std::array<char, PictureIntake::piece> bytes; // NOLINT(*-member-init): filled by what is read
+    for (qint64 count = 1; count > 0 && !intake.isRefused();) {
+        count = file.read(bytes.data(), static_cast<qint64>(bytes.size()));
+        intake.add({bytes.data(), static_cast<std::size_t>(std::max<qint64>(count, 0))});
     }
-    fill(bytes, file, std::max(headSize, static_cast<std::size_t>(file.size())));
-    const QSize size = sizeOf(bytes);
-    const QSize small = previewSize(size);
-    const int step = std::max(size.width() / small.width(), size.height() / small.height()) / 2;
-    const auto reduced = step > 1 ? reducedPng(bytes, step) : std::nullopt;
-    const QImage image = reduced ? *reduced : decoded(bytes);
-    if (image.isNull()) {
-        return std::nullopt;
-    }
-    return Picture({.width = size.width(),
-                    .height = size.height(),
-                    .png = std::move(bytes),
-                    .preview = previewOf(image, small)});
+    return intake.picture();
 }
 
 Picture QtPictures::compacted(const Picture& picture) const {

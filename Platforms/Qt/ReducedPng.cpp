@@ -6,7 +6,7 @@
 #include <csetjmp>
 #include <cstddef>
 #include <cstdint>
-#include <cstring>
+#include <optional>
 #include <vector>
 
 namespace QtPlatform {
@@ -24,14 +24,9 @@ public:
         , height_(height)
         , step_(static_cast<std::size_t>(step))
         , result_((width + step - 1) / step, (height + step - 1) / step, QImage::Format_RGB32)
-        , sums_(static_cast<std::size_t>(result_.width()) * (channels - 1))
-        , row_(width_ * channels) {}
+        , sums_(static_cast<std::size_t>(result_.width()) * (channels - 1)) {}
 
-    int height() const { return height_; }
-    png_bytep row() { return row_.data(); } // to be filled, and added then
-
-    void add() {
-        const std::uint8_t* pixel = row_.data();
+    void add(const std::uint8_t* pixel) {
         std::uint32_t* sum = sums_.data();
         for (std::size_t begin = 0; begin < width_; begin += step_, sum += channels - 1) {
             const std::size_t count = std::min(step_, width_ - begin);
@@ -54,8 +49,8 @@ public:
         }
     }
 
-    /// Null where some of it can be seen through.
-    QImage result() const { return opacity_ == opaque ? result_ : QImage(); }
+    /// Null where rows are missing, and where some of it can be seen through.
+    QImage result() const { return added_ == height_ && opacity_ == opaque ? result_ : QImage(); }
 
 private:
     void finishRow() {
@@ -78,34 +73,11 @@ private:
     const std::size_t step_;
     QImage result_;
     std::vector<std::uint32_t> sums_; // of the rows since the last one of the result
-    std::vector<std::uint8_t> row_;
-    std::uint32_t rows_ = 0; // in the sums
+    std::uint32_t rows_ = 0;          // in the sums
     int added_ = 0;
     int finished_ = 0;
     png_uint_32 opacity_ = opaque;
 };
-
-/// The library's objects, and what is still to be read.
-struct Reading {
-    explicit Reading(std::string_view bytes)
-        : rest(bytes) {}
-    Reading(const Reading&) = delete;
-    Reading& operator=(const Reading&) = delete;
-    ~Reading() { png_destroy_read_struct(&png, &info, nullptr); }
-
-    std::string_view rest;
-    png_structp png = nullptr;
-    png_infop info = nullptr;
-};
-
-void give(png_structp png, png_bytep bytes, std::size_t size) {
-    auto& reading = *static_cast<Reading*>(png_get_io_ptr(png));
-    if (size > reading.rest.size()) {
-        png_error(png, "");
-    }
-    std::memcpy(bytes, reading.rest.data(), size);
-    reading.rest.remove_prefix(size);
-}
 
 [[noreturn]] void fail(png_structp png, png_const_charp /*why*/) {
     png_longjmp(png, 1);
@@ -114,53 +86,93 @@ void give(png_structp png, png_bytep bytes, std::size_t size) {
 void ignore(png_structp /*png*/, png_const_charp /*why*/) {
 }
 
-// The library leaves the two functions below by a jump when something is wrong with the bytes: nothing that
-// has to be destroyed may be made in them.
-
-bool begin(Reading& reading) {
-    if (setjmp(png_jmpbuf(reading.png))) {
-        return false;
-    }
-    png_set_crc_action(reading.png, PNG_CRC_QUIET_USE, PNG_CRC_QUIET_USE);
-    png_set_option(reading.png, PNG_IGNORE_ADLER32, PNG_OPTION_ON);
-    png_set_read_fn(reading.png, &reading, give);
-    png_read_info(reading.png, reading.info);
-    png_set_expand(reading.png);
-    png_set_scale_16(reading.png);
-    png_set_gray_to_rgb(reading.png);
-    png_set_bgr(reading.png);
-    png_set_add_alpha(reading.png, opaque, PNG_FILLER_AFTER);
-    png_read_update_info(reading.png, reading.info);
-    return png_get_interlace_type(reading.png, reading.info) == PNG_INTERLACE_NONE;
-}
-
-bool readRows(Reading& reading, Reduction& reduction) {
-    if (setjmp(png_jmpbuf(reading.png))) {
-        return false;
-    }
-    const int height = reduction.height();
-    for (int row = 0; row < height; ++row) {
-        png_read_row(reading.png, reduction.row(), nullptr);
-        reduction.add();
-    }
-    png_read_end(reading.png, nullptr);
-    return true;
-}
-
 } // namespace
 
-std::optional<QImage> reducedPng(std::string_view bytes, int step) {
-    Reading reading(bytes);
-    reading.png = png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, fail, ignore);
-    reading.info = reading.png ? png_create_info_struct(reading.png) : nullptr;
-    if (!reading.info || !begin(reading)) {
-        return std::nullopt;
+class PngReducer::Reading {
+public:
+    explicit Reading(int step)
+        : step_(step)
+        , png_(png_create_read_struct(PNG_LIBPNG_VER_STRING, nullptr, fail, ignore))
+        , info_(png_ ? png_create_info_struct(png_) : nullptr) {
+        if (info_) {
+            png_set_crc_action(png_, PNG_CRC_QUIET_USE, PNG_CRC_QUIET_USE);
+            png_set_option(png_, PNG_IGNORE_ADLER32, PNG_OPTION_ON);
+            png_set_progressive_read_fn(png_, this, begin, takeRow, end);
+        }
     }
-    Reduction reduction(static_cast<int>(png_get_image_width(reading.png, reading.info)),
-                        static_cast<int>(png_get_image_height(reading.png, reading.info)), step);
-    const bool isWhole = readRows(reading, reduction);
-    const QImage result = isWhole ? reduction.result() : QImage();
-    return result.isNull() ? std::nullopt : std::optional(result);
+    Reading(const Reading&) = delete;
+    Reading& operator=(const Reading&) = delete;
+    ~Reading() { png_destroy_read_struct(&png_, &info_, nullptr); }
+
+    void add(std::string_view bytes) {
+        if (info_ && !hasEnded_) {
+            hasEnded_ = !process(bytes);
+        }
+    }
+
+    QImage result() const { return isWhole_ && reduction_ ? reduction_->result() : QImage(); }
+
+private:
+    // The library leaves these functions by a jump when something is wrong with the bytes: nothing that has
+    // to be destroyed may be made in them.
+
+    bool process(std::string_view bytes) {
+        if (setjmp(png_jmpbuf(png_))) {
+            return false;
+        }
+        auto* pointer = reinterpret_cast<png_bytep>(const_cast<char*>(bytes.data())); // it is only read
+        png_process_data(png_, info_, pointer, bytes.size());
+        return true;
+    }
+
+    static Reading& of(png_structp png) { return *static_cast<Reading*>(png_get_progressive_ptr(png)); }
+
+    static void begin(png_structp png, png_infop info) {
+        png_set_expand(png);
+        png_set_scale_16(png);
+        png_set_gray_to_rgb(png);
+        png_set_bgr(png);
+        png_set_add_alpha(png, opaque, PNG_FILLER_AFTER);
+        png_read_update_info(png, info);
+        if (png_get_interlace_type(png, info) != PNG_INTERLACE_NONE) {
+            png_error(png, "");
+        }
+        of(png).makeRoom(static_cast<int>(png_get_image_width(png, info)),
+                         static_cast<int>(png_get_image_height(png, info)));
+    }
+
+    void makeRoom(int width, int height) { reduction_.emplace(width, height, step_); }
+
+    static void takeRow(png_structp png, png_bytep row, png_uint_32 /*number*/, int /*pass*/) {
+        if (row) {
+            of(png).reduction_->add(row);
+        }
+    }
+
+    static void end(png_structp png, png_infop /*info*/) { of(png).isWhole_ = true; }
+
+    int step_;
+    png_structp png_;
+    png_infop info_;
+    std::optional<Reduction> reduction_;
+    bool hasEnded_ = false; // by something wrong
+    bool isWhole_ = false;
+};
+
+PngReducer::PngReducer(int step)
+    : reading_(std::make_unique<Reading>(step)) {
+}
+
+PngReducer::PngReducer(PngReducer&&) noexcept = default;
+PngReducer& PngReducer::operator=(PngReducer&&) noexcept = default;
+PngReducer::~PngReducer() = default;
+
+void PngReducer::add(std::string_view bytes) {
+    reading_->add(bytes);
+}
+
+QImage PngReducer::result() const {
+    return reading_->result();
 }
 
 } // namespace QtPlatform
