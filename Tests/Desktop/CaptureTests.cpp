@@ -1,5 +1,6 @@
 #include "Fotrel/Fotrel.hpp"
 #include "Platforms/Linux/Capture/CaptureTools.hpp"
+#include "Platforms/Linux/Capture/LinuxPictures.hpp"
 #include "Platforms/Linux/Capture/LinuxProcesses.hpp"
 #include "Platforms/Linux/XReply.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
@@ -9,6 +10,7 @@
 #include "Platforms/Simulated/SimulatedPasteboard.hpp"
 #include "Tests/Desktop/Desktop.hpp"
 #include "Tests/Desktop/GuestClient.hpp"
+#include "Tests/Desktop/Monitors.hpp"
 #include "Tests/Desktop/Selection.hpp"
 #include "Tests/TemporaryFolder.hpp"
 
@@ -111,7 +113,7 @@ private:
 };
 
 /// The machine's own, in a folder of the test's.
-class PicturesIn : public QtPlatform::QtPictures {
+class PicturesIn : public Linux::LinuxPictures {
 public:
     explicit PicturesIn(fs::path folder)
         : folder_(std::move(folder)) {}
@@ -257,6 +259,26 @@ TEST_F(Capture, F2_ARegionReachesTheLastPixel) {
     ASSERT_TRUE(selection.drag(last, {0, 0}));
     expectCaptures(2);
     EXPECT_EQ(newest(), Pattern::part(QRect({0, 0}, screen.size())));
+}
+
+TEST_F(Capture, F3_MonitorsAnywhereAndOfAnyShapeAreTakenToThePixel) {
+    // One on its side, one of twice as many pixels to the millimetre, neither at the corner of the desk.
+    const Monitors monitors({{"Turned", "600/300x900/450+120+80"}, {"Fine", "1600/200x900/112+720+40"}});
+    ASSERT_TRUE(monitors.isSet());
+    const QRect overBoth(650, 60, 200, 120);
+    spice->captureRegion();
+    ASSERT_TRUE(selection.drag(overBoth.topLeft(), overBoth.bottomRight()));
+    expectCaptures(1);
+    EXPECT_EQ(newest(), Pattern::part(overBoth));
+    spice->captureScreen();
+    expectCaptures(2);
+    EXPECT_EQ(newest(), Pattern::part(QRect({0, 0}, screen.size())));
+    const xcb_window_t window = open({.frame = {560, 300, 400, 300}});
+    const QRect frame = screen.outerFrame(window).value_or(QRect());
+    spice->captureWindow();
+    ASSERT_TRUE(selection.click(frame.center()));
+    expectCaptures(3);
+    EXPECT_EQ(newest().size(), frame.size()) << "a window that is on both";
 }
 
 TEST_F(Capture, TheWholeScreenIsAllMonitorsWithoutThePointer) {

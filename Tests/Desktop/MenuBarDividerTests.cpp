@@ -1,4 +1,5 @@
 #include "Tests/Desktop/MenuBarTest.hpp"
+#include "Tests/Desktop/Monitors.hpp"
 
 #include <X11/keysym.h>
 #include <csignal>
@@ -8,37 +9,6 @@ using namespace Desktop;
 namespace {
 
 constexpr QColor malai(0xD2, 0xB4, 0xA0); // the bar's own pictures
-
-/// Monitors of the screen, taken away again with this object.
-class Monitors {
-public:
-    explicit Monitors(std::vector<std::pair<const char*, const char*>> namesAndPlaces) {
-        const char* output = "screen"; // the first carries the server's one output
-        for (const auto& [name, place] : namesAndPlaces) {
-            names_.emplace_back(name);
-            isSet_ = run({"xrandr", "--setmonitor", name, place, output}) && isSet_;
-            output = "none";
-        }
-    }
-    Monitors(const Monitors&) = delete;
-    Monitors& operator=(const Monitors&) = delete;
-    ~Monitors() {
-        for (const std::string& name : names_) {
-            run({"xrandr", "--delmonitor", name});
-        }
-    }
-
-    bool isSet() const { return isSet_; }
-
-    static bool run(const std::vector<std::string>& command) {
-        Program program(command);
-        return program.waitForEnd() == 0;
-    }
-
-private:
-    std::vector<std::string> names_;
-    bool isSet_ = true;
-};
 
 /// A smaller screen, and as it was with the end of this object.
 class SmallScreen {
