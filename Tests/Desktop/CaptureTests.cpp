@@ -357,6 +357,39 @@ TEST_F(Capture, F4_TheShadowThatAProgramDrawsItselfIsLeftOut) {
     EXPECT_EQ(newest(), plain(screen.picture(inside)));
 }
 
+#ifdef GTK_WINDOW_PROGRAM
+
+/// Where a compositing manager runs, so that programs draw shadows.
+class CaptureOfShadows : public Capture {};
+
+TEST_F(CaptureOfShadows, F4_AProgramsOwnShadowIsLeftOut) {
+    const Program program({GTK_WINDOW_PROGRAM});
+    std::optional<xcb_window_t> window;
+    std::vector<std::uint32_t> shadow; // left, right, top, bottom
+    ASSERT_TRUE(until([&] {
+        const auto clients = screen.rootProperty("_NET_CLIENT_LIST");
+        window = clients.size() == 1 ? std::optional(clients.front()) : std::nullopt;
+        shadow = window ? screen.property(*window, "_GTK_FRAME_EXTENTS") : std::vector<std::uint32_t>();
+        return shadow.size() == 4 && shadow[0] > 0;
+    }));
+    const auto side = [&](std::size_t index) { return static_cast<int>(shadow[index]); };
+    QRect visible;
+    QImage before;
+    const auto isAtRest = [&] {
+        visible = screen.frame(*window).value_or(QRect()).adjusted(side(0), side(2), -side(1), -side(3));
+        const QImage now = screen.picture(visible);
+        return now == std::exchange(before, now);
+    };
+    ASSERT_TRUE(until([&] { return holds(isAtRest, Seconds{0.5}); }));
+    spice->captureWindow();
+    ASSERT_TRUE(selection.click(visible.center()));
+    expectCaptures(1);
+    EXPECT_EQ(newest().size(), visible.size());
+    EXPECT_EQ(newest(), plain(screen.picture(visible)));
+}
+
+#endif
+
 TEST_F(Capture, AShadowThatIsNoneChangesNothing) {
     const xcb_window_t window = open({.isUndecorated = true, .frame = {300, 200, 400, 300}});
     const QRect frame = screen.frame(window).value();
