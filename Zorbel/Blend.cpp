@@ -38,9 +38,24 @@ std::unique_ptr<ZorbelKit::Stall> build(const Host& host) {
         .pictures = host.pictures,
         .tool = host.captureTool,
     }));
-    stall->add(std::make_unique<Hushel::HushelSpice>());
+    stall->add(std::make_unique<Hushel::HushelSpice>(Hushel::HushelSpice::Services{
+        .loop = host.loop,
+        .clock = host.clock,
+        .defaults = host.defaults,
+        .applications = host.applications,
+        .workspace = host.workspace,
+        .language = host.language,
+        .alerts = host.alerts,
+    }));
     stall->add(std::make_unique<Tonvik::TonvikSpice>(host.loop, host.audioHardware));
-    stall->add(std::make_unique<Ledgra::LedgraSpice>());
+    stall->add(std::make_unique<Ledgra::LedgraSpice>(Ledgra::LedgraSpice::Services{
+        .clock = host.clock,
+        .defaults = host.defaults,
+        .screens = host.screens,
+        .fileManager = host.fileManager,
+        .panels = host.floatingPanels,
+        .files = host.parkedFiles,
+    }));
     return stall;
 }
 

@@ -17,6 +17,14 @@ namespace Fotrel {
 class TextRecogniser;
 }
 
+namespace Hushel {
+class Applications;
+}
+
+namespace Ledgra {
+class ParkedFiles;
+}
+
 namespace Pintho {
 class Accessibility;
 }
@@ -67,6 +75,10 @@ struct Host {
     ZorbelKit::Processes& processes;
     ZorbelKit::SavePanel& savePanel;
     ZorbelKit::Panels& panels;
+    ZorbelKit::FloatingPanels& floatingPanels;
+    ZorbelKit::Alerts& alerts;
+    Hushel::Applications& applications;
+    Ledgra::ParkedFiles& parkedFiles;
     Fotrel::TextRecogniser& textRecogniser;
     std::shared_ptr<const ZorbelKit::Pictures> pictures;
     Fotrel::CaptureTool captureTool;

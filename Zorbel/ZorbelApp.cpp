@@ -10,6 +10,8 @@
 #include "Platforms/Linux/MenuBar/LinuxStatusBar.hpp"
 #include "Platforms/Linux/Power/LinuxBattery.hpp"
 #include "Platforms/Linux/ProcHostStatistics.hpp"
+#include "Platforms/Linux/Shelf/LinuxParkedFiles.hpp"
+#include "Platforms/Linux/Shelf/X11FloatingPanels.hpp"
 #include "Platforms/Linux/SingleInstance.hpp"
 #include "Platforms/Linux/Sound/PulseAudioHardware.hpp"
 #include "Platforms/Linux/Storage/DirectoryWalker.hpp"
@@ -18,10 +20,13 @@
 #include "Platforms/Linux/TerminationSignals.hpp"
 #include "Platforms/Linux/Text/TesseractRecogniser.hpp"
 #include "Platforms/Linux/Windows/X11Accessibility.hpp"
+#include "Platforms/Linux/Windows/X11Applications.hpp"
 #include "Platforms/Linux/Windows/X11Screens.hpp"
 #include "Platforms/Linux/Windows/X11Shortcuts.hpp"
 #include "Platforms/Linux/X11Workspace.hpp"
 #include "Platforms/Linux/XConnection.hpp"
+#include "Platforms/Qt/QtAlerts.hpp"
+#include "Platforms/Qt/QtFloatingPanels.hpp"
 #include "Platforms/Qt/QtMainLoop.hpp"
 #include "Platforms/Qt/QtPanels.hpp"
 #include "Platforms/Qt/QtSavePanel.hpp"
@@ -133,6 +138,10 @@ public:
         const Linux::IcuLanguage language(locale);
         QtPlatform::QtSavePanel savePanel;
         QtPlatform::QtPanels panels(loop);
+        QtPlatform::QtFloatingPanels floatingPanels(Linux::prepareFloatingPanel);
+        QtPlatform::QtAlerts alerts;
+        Linux::X11Applications applications(loop);
+        Linux::LinuxParkedFiles parkedFiles(loop);
         Linux::LinuxProcesses processes;
         Linux::TesseractRecogniser textRecogniser({.locale = locale});
         Linux::LinuxStatusBar statusBar(loop, defaults);
@@ -157,6 +166,10 @@ public:
                               .processes = processes,
                               .savePanel = savePanel,
                               .panels = panels,
+                              .floatingPanels = floatingPanels,
+                              .alerts = alerts,
+                              .applications = applications,
+                              .parkedFiles = parkedFiles,
                               .textRecogniser = textRecogniser,
                               .pictures = std::make_shared<const Linux::LinuxPictures>(),
                               .captureTool = Linux::captureTool(),

@@ -3,11 +3,13 @@
 /// Names of the kit's types, for headers that only pass them on.
 namespace ZorbelKit {
 
+class Alerts;
 class AnyView;
 class Canvas;
 class Clock;
 class Defaults;
 class FileManager;
+class FloatingPanels;
 class Image;
 class Language;
 class Lifetime;

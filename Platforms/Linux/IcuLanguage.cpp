@@ -7,6 +7,7 @@
 #include <unicode/brkiter.h>
 #include <unicode/bytestream.h>
 #include <unicode/casemap.h>
+#include <unicode/coll.h>
 #include <unicode/datefmt.h>
 #include <unicode/locid.h>
 #include <unicode/normalizer2.h>
@@ -55,6 +56,8 @@ IcuLanguage::IcuLanguage(const std::string& locale)
     foldOptions_ = hasTwoLettersI ? U_FOLD_CASE_EXCLUDE_SPECIAL_I : U_FOLD_CASE_DEFAULT;
 }
 
+IcuLanguage::~IcuLanguage() = default;
+
 std::string IcuLanguage::folded(std::string_view text) const {
     UErrorCode status = U_ZERO_ERROR;
     std::string result;
@@ -89,10 +92,10 @@ std::string_view IcuLanguage::prefix(std::string_view text, std::size_t characte
     return text.substr(0, static_cast<std::size_t>(end));
 }
 
-std::string IcuLanguage::dateAndTime(ZorbelKit::TimePoint moment) const {
+std::string IcuLanguage::written(ZorbelKit::TimePoint moment, const char* skeleton) const {
     UErrorCode status = U_ZERO_ERROR;
     const std::unique_ptr<icu::DateFormat> format(
-        icu::DateFormat::createInstanceForSkeleton("yMMMdjms", icu::Locale(locale_.c_str()), status));
+        icu::DateFormat::createInstanceForSkeleton(skeleton, icu::Locale(locale_.c_str()), status));
     if (U_FAILURE(status)) {
         return {};
     }
@@ -104,6 +107,26 @@ std::string IcuLanguage::dateAndTime(ZorbelKit::TimePoint moment) const {
     text.findAndReplace(narrowSpace, u' ');
     std::string result;
     return text.toUTF8String(result);
+}
+
+std::string IcuLanguage::dateAndTime(ZorbelKit::TimePoint moment) const {
+    return written(moment, "yMMMdjms");
+}
+
+std::string IcuLanguage::timeOfDay(ZorbelKit::TimePoint moment) const {
+    return written(moment, "jm");
+}
+
+int IcuLanguage::compare(std::string_view left, std::string_view right) const {
+    UErrorCode status = U_ZERO_ERROR;
+    std::call_once(order_, [&] {
+        collator_.reset(icu::Collator::createInstance(icu::Locale(locale_.c_str()), status));
+        if (collator_) {
+            collator_->setStrength(icu::Collator::SECONDARY); // accents count, case does not
+        }
+    });
+    return collator_ ? collator_->compareUTF8(piece(left), piece(right), status)
+                     : folded(left).compare(folded(right));
 }
 
 } // namespace Linux

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "Platforms/Simulated/SimulatedAccessibility.hpp"
+#include "Platforms/Simulated/SimulatedAlerts.hpp"
+#include "Platforms/Simulated/SimulatedApplications.hpp"
 #include "Platforms/Simulated/SimulatedAudioHardware.hpp"
 #include "Platforms/Simulated/SimulatedBattery.hpp"
 #include "Platforms/Simulated/SimulatedCapture.hpp"
@@ -12,6 +14,7 @@
 #include "Platforms/Simulated/SimulatedMainLoop.hpp"
 #include "Platforms/Simulated/SimulatedPasteboard.hpp"
 #include "Platforms/Simulated/SimulatedScreens.hpp"
+#include "Platforms/Simulated/SimulatedShelf.hpp"
 #include "Platforms/Simulated/SimulatedShortcuts.hpp"
 #include "Platforms/Simulated/SimulatedStatusBar.hpp"
 #include "Platforms/Simulated/SimulatedWorkspace.hpp"
@@ -40,6 +43,10 @@ struct SimulatedHost {
     SimulatedProcesses processes;
     SimulatedSavePanel savePanel;
     SimulatedPanels panels;
+    SimulatedFloatingPanels floatingPanels;
+    SimulatedAlerts alerts;
+    SimulatedApplications applications;
+    SimulatedParkedFiles parkedFiles;
     SimulatedTextRecogniser textRecogniser;
     std::shared_ptr<SimulatedPictures> pictures = std::make_shared<SimulatedPictures>();
     std::shared_ptr<SimulatedFiles> files = std::make_shared<SimulatedFiles>();

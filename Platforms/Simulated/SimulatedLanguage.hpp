@@ -40,6 +40,16 @@ public:
                ", " + two(time.hours().count()) + ":" + two(time.minutes().count()) + ":" +
                two(time.seconds().count());
     }
+
+    /// In Greenwich: "00:00".
+    std::string timeOfDay(ZorbelKit::TimePoint moment) const override {
+        return dateAndTime(moment).substr(std::string_view("1970-01-01, ").size(),
+                                          std::string_view("00:00").size());
+    }
+
+    int compare(std::string_view left, std::string_view right) const override {
+        return folded(left).compare(folded(right));
+    }
 };
 
 } // namespace Simulated

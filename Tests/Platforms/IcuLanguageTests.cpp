@@ -114,6 +114,32 @@ TEST(IcuLanguage, APlainTextIsCutLikeAnyOther) {
     EXPECT_EQ(language.prefix(accented, 400).size(), 402U) << "the accent is the 401st byte";
 }
 
+TEST(IcuLanguage, AListIsInTheOrderItsReaderKnows) {
+    const struct {
+        const char* name;
+        const char* locale;
+        std::string first;
+        std::string second;
+    } rows[] = {
+        {"case is left aside", "en_GB", "firefox", "Gedit"},
+        {"and so the other way", "en_GB", "Firefox", "gedit"},
+        {"an accent stays with its letter", "en_GB", "Éclair", "Files"},
+        {"Swedish ends with letters of its own", "sv_SE", "Zebra", "Ångström"},
+        {"German knows them as A", "de_DE", "Ångström", "Zebra"},
+        {"an accent tells two apart", "en_GB", "resume", "résumé"},
+        {"nothing comes first", "en_GB", "", "a"},
+        {"not UTF-8", "en_GB", "a", "\xFF"},
+    };
+    for (const auto& row : rows) {
+        SCOPED_TRACE(row.name);
+        const IcuLanguage language(row.locale);
+        EXPECT_LT(language.compare(row.first, row.second), 0);
+        EXPECT_GT(language.compare(row.second, row.first), 0);
+    }
+    EXPECT_EQ(IcuLanguage("en_GB").compare("Tea", "tEA"), 0);
+    EXPECT_EQ(IcuLanguage("not a locale at all").compare("Tea", "tEA"), 0);
+}
+
 // Dates
 
 namespace {
@@ -129,6 +155,15 @@ TimePoint evening() {
 }
 
 } // namespace
+
+TEST(IcuLanguage, SaysTheTimeAsTheUserDoes) {
+    const TimeZone zone("UTC");
+    EXPECT_EQ(IcuLanguage("en_US").timeOfDay(evening()), "9:56 PM");
+    EXPECT_EQ(IcuLanguage("en_GB").timeOfDay(evening()), "21:56");
+    EXPECT_EQ(IcuLanguage("de_DE").timeOfDay(evening()), "21:56");
+    const TimeZone elsewhere("Asia/Kolkata");
+    EXPECT_EQ(IcuLanguage("en_GB").timeOfDay(evening()), "03:26");
+}
 
 TEST(IcuLanguage, SaysDateAndTimeAsTheUserDoes) {
     const TimeZone zone("UTC");

@@ -249,15 +249,6 @@ TEST_F(DashboardTest, TheAddButtonHandsTheKeyboardToTheSwitch) {
     EXPECT_EQ(dashboard->focusWidget(), button(part<Zorbel::SpiceDetail>(), "Wendrel"));
 }
 
-TEST_F(DashboardTest, ASpiceStillToComeSaysSo) {
-    open();
-    pick("hushel");
-    stall->setEnabled(true, *stall->spice("hushel"));
-    settle();
-    EXPECT_TRUE(showsText(part<Zorbel::SpiceDetail>(), "Hushel is still to come."));
-    savePicture(*dashboard, "dashboard-still-to-come");
-}
-
 TEST_F(DashboardTest, EveryControlHasASpokenName) {
     open();
     pick("wendrel");

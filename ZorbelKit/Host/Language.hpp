@@ -23,6 +23,13 @@ public:
     /// A date with the month in letters, short, and the time with seconds, in the user's time zone: "Nov 21,
     /// 2026, 9:56:07 PM".
     virtual std::string dateAndTime(TimePoint moment) const = 0;
+
+    /// The time without seconds, short, in the user's time zone: "9:56 PM".
+    virtual std::string timeOfDay(TimePoint moment) const = 0;
+
+    /// Below 0 where `left` comes before `right` in a list that people read, above 0 where it comes after.
+    /// Upper and lower case are the same, and 0 means that nothing else differs.
+    virtual int compare(std::string_view left, std::string_view right) const = 0;
 };
 
 } // namespace ZorbelKit

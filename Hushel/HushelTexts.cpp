@@ -1,0 +1,1 @@
+#include "Hushel/HushelTexts.hpp"

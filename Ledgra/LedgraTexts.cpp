@@ -1,0 +1,1 @@
+#include "Ledgra/LedgraTexts.hpp"

@@ -1,0 +1,1 @@
+#include "Ledgra/ShelfViews.hpp"

@@ -1,0 +1,8 @@
+#include "Platforms/Linux/Shelf/X11FloatingPanels.hpp"
+
+namespace Linux {
+
+void prepareFloatingPanel(QWidget&) {
+}
+
+} // namespace Linux

@@ -1,0 +1,1 @@
+#include "Platforms/Linux/Shelf/XdndTarget.hpp"

@@ -1,0 +1,26 @@
+#pragma once
+
+#include "ZorbelKit/Host/FloatingPanels.hpp"
+
+#include <functional>
+
+class QWidget;
+
+namespace QtPlatform {
+
+/// Floating panels as widgets of the toolkit. What a toolkit cannot say to its platform is said by `prepare`.
+/// Needs a QApplication.
+class QtFloatingPanels : public ZorbelKit::FloatingPanels {
+public:
+    /// `prepare` is handed each panel with its native window, before that is shown for the first time.
+    explicit QtFloatingPanels(std::function<void(QWidget& panel)> prepare)
+        : prepare_(std::move(prepare)) {}
+
+    std::unique_ptr<ZorbelKit::FloatingPanel> make(const ZorbelKit::FloatingPanelStyle& style,
+                                                   const ZorbelKit::AnyView& content) override;
+
+private:
+    std::function<void(QWidget& panel)> prepare_;
+};
+
+} // namespace QtPlatform
