@@ -7,6 +7,7 @@
 #include "ZorbelKit/Token.hpp"
 
 #include <cstdint>
+#include <functional>
 #include <optional>
 #include <string>
 #include <vector>
@@ -59,10 +60,31 @@ public:
     std::int64_t plannedMinutes() const { return plannedMinutes_.get(); }
     void setPlannedMinutes(std::int64_t minutes) { plannedMinutes_.set(minutes); }
 
+    ZorbelKit::Seconds remaining() const; // of the session; 0 while none runs
+    double progress() const;              // of the session, as a fraction; 1 while none runs
+    std::string endTime() const;          // the time of day at which the session ends; empty while none runs
+
+    /// Calls `passed` once, when the session's clock goes on to its next second. Empty while none runs.
+    ZorbelKit::Token atNextSecond(std::function<void()> passed) const;
+
+    /// Where an application's picture is: the path of a file, or a name in the icon theme; none where it has
+    /// none.
+    std::optional<std::string> iconOf(const std::string& bundleID) const;
+
+    /// A sentence for the user: why no application can be hidden here at all. Empty while they can.
+    std::string hidingHint() const;
+
+    /// The names of the listed applications that stay in sight because they do not let themselves be hidden.
+    /// Empty while no session runs.
+    const std::vector<std::string>& outOfReach() const { return outOfReach_.get(); }
+
 private:
+    struct Sighting;
+
     void load();
     void save();
     void sweep();
+    Sighting look() const;
     void tick();
     void notifyDone();
 
@@ -71,6 +93,7 @@ private:
     ZorbelKit::Published<std::vector<Blocked>> blocked_{*this};
     ZorbelKit::Published<std::optional<Session>> lastCompleted_{*this};
     ZorbelKit::Published<std::int64_t> plannedMinutes_{*this, usualMinutes};
+    ZorbelKit::Published<std::vector<std::string>> outOfReach_{*this};
     ZorbelKit::Token timer_; // while a session runs
     ZorbelKit::Lifetime lifetime_;
 };

@@ -21,7 +21,7 @@ struct Session {
     std::int64_t minutes = 0;       // as planned
     std::int64_t interruptions = 0; // how often the user brought a listed application to the front
 
-    ZorbelKit::TimePoint endsAt() const;
+    ZorbelKit::TimePoint endsAt() const; // the end of all time, where that comes first
     ZorbelKit::Seconds remaining(ZorbelKit::TimePoint now) const; // never below 0
     double progress(ZorbelKit::TimePoint now) const; // 1 at the end, and where nothing was planned
 
