@@ -4,6 +4,7 @@
 #include "Pintho/PinthoTexts.hpp"
 #include "Pintho/SeatViews.hpp"
 #include "ZorbelKit/Controls/Accessible.hpp"
+#include "ZorbelKit/Controls/AppIcon.hpp"
 #include "ZorbelKit/Controls/Buttons.hpp"
 #include "ZorbelKit/Controls/Capsule.hpp"
 #include "ZorbelKit/Controls/Counter.hpp"
@@ -16,7 +17,6 @@
 #include "ZorbelKit/Palette.hpp"
 #include "ZorbelKit/Surfaces/Theme.hpp"
 
-#include <QFileInfo>
 #include <QGridLayout>
 #include <QHBoxLayout>
 #include <QLabel>
@@ -43,6 +43,7 @@ constexpr int rowGap = 12;
 constexpr int seatColumn = 96;
 constexpr int timeColumn = 62;
 constexpr double symbolSize = 18;
+constexpr int iconSide = 36;
 constexpr int leadWidth = 24; // of the picture or symbol that begins a line
 
 QHBoxLayout* makeRow(QWidget* parent, int paddingY) {
@@ -210,42 +211,15 @@ void PermissionNotice::refresh() {
     setVisible(!spice_.hasAccessibility());
 }
 
-ProgramIcon::ProgramIcon(QWidget* parent)
-    : QWidget(parent) {
-    setSizePolicy(QSizePolicy::Fixed, QSizePolicy::Fixed);
-}
-
-void ProgramIcon::load(const std::optional<std::string>& place) {
-    const QString name = qString(place.value_or(""));
-    if (name.startsWith('/')) {
-        icon_ = QFileInfo(name).isFile() ? QIcon(name) : QIcon();
-    } else {
-        icon_ = name.isEmpty() ? QIcon() : QIcon::fromTheme(name);
-    }
-    if (icon_.pixmap(side).isNull()) {
-        icon_ = QIcon(); // a file that holds no picture
-    }
-    update();
-}
-
-void ProgramIcon::paintEvent(QPaintEvent*) {
-    QPainter painter(this);
-    if (hasPicture()) {
-        icon_.paint(&painter, rect());
-    } else {
-        paintSymbol(painter, "macwindow", QRectF(rect()).center(), side * 0.8, malaiDim);
-    }
-}
-
 FrontWindow::FrontWindow(const PinthoSpice& spice, QWidget* parent)
     : QWidget(parent)
     , spice_(spice) {
     auto* content = new QWidget;
     nothing_ =
         makeNothing("rectangle", "Bring a window to the front and Pintho will describe it here.", content);
-    nothing_->setMinimumHeight(ProgramIcon::side + 2 * cardPaddingY); // the page stays as high
+    nothing_->setMinimumHeight(iconSide + 2 * cardPaddingY); // the page stays as high
     window_ = new QWidget(content);
-    icon_ = new ProgramIcon(window_);
+    icon_ = new AppIcon(iconSide, "macwindow", window_);
     app_ = new LineText(mediumFont(13), malai, window_);
     title_ = new LineText(styleFont(TextStyle::callout), malaiDim, window_);
     size_ = new Reading("", std::nullopt, 13, QFont::Medium, window_);

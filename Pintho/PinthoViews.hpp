@@ -2,8 +2,6 @@
 
 #include "ZorbelKit/Controls/LiveView.hpp"
 
-#include <QIcon>
-
 #include <optional>
 #include <string>
 #include <vector>
@@ -11,6 +9,7 @@
 class QLabel;
 
 namespace ZorbelKit {
+class AppIcon;
 class Capsule;
 class LineText;
 class Reading;
@@ -54,26 +53,6 @@ private:
     bool hasAsked_ = false;
 };
 
-/// A program's own picture, or a window's where it has none.
-class ProgramIcon final : public QWidget {
-public:
-    static constexpr int side = 36; // points
-
-    explicit ProgramIcon(QWidget* parent);
-
-    /// `place` is the path of a file, or a name in the icon theme; none: it has no picture.
-    void load(const std::optional<std::string>& place);
-    bool hasPicture() const { return !icon_.isNull(); }
-
-    QSize sizeHint() const override { return {side, side}; }
-
-protected:
-    void paintEvent(QPaintEvent* event) override;
-
-private:
-    QIcon icon_;
-};
-
 /// The window in front: its program, its title, its size and position.
 class FrontWindow final : public QWidget {
 public:
@@ -87,7 +66,7 @@ private:
     const PinthoSpice& spice_;
     QWidget* nothing_;
     QWidget* window_;
-    ProgramIcon* icon_;
+    ZorbelKit::AppIcon* icon_;
     ZorbelKit::LineText* app_;
     ZorbelKit::LineText* title_;
     ZorbelKit::Reading* size_;

@@ -8,6 +8,7 @@
 #include "Zorbel/DashboardView.hpp"
 #include "Zorbel/MenuPanel.hpp"
 #include "Zorbel/Updates.hpp"
+#include "ZorbelKit/Controls/AppIcon.hpp"
 #include "ZorbelKit/Controls/Capsule.hpp"
 #include "ZorbelKit/Controls/LineText.hpp"
 #include "ZorbelKit/Controls/SteepDot.hpp"
@@ -38,6 +39,7 @@ namespace {
 
 using namespace Pintho;
 using namespace Views;
+using ZorbelKit::AppIcon;
 using ZorbelKit::Capsule;
 using ZorbelKit::LineText;
 using ZorbelKit::Observable;
@@ -443,7 +445,7 @@ protected:
     }
 
     std::string path(const QString& file) const { return folder_.filePath(file).toStdString(); }
-    ProgramIcon& icon() { return part<ProgramIcon>(*panel); }
+    AppIcon& icon() { return part<AppIcon>(*panel); }
     QColor middle() { return icon().grab().toImage().pixelColor(18, 18); }
 
 private:
@@ -755,7 +757,7 @@ TEST_F(PinthoViewsTest, AChangeRepaintsOnlyWhatChanged) {
     EXPECT_EQ(painted("Text Editor"), 0);
     EXPECT_EQ(painted("Built-in display"), 0);
     EXPECT_EQ(paints.paintsOf(&part<Recent>(*panel)), 0);
-    EXPECT_EQ(paints.paintsOf(&part<ProgramIcon>(*panel)), 0);
+    EXPECT_EQ(paints.paintsOf(&part<AppIcon>(*panel)), 0);
     for (const Seat seat : allSeats) {
         EXPECT_EQ(paints.paintsOf(&tile(seat)), 0);
     }

@@ -1,0 +1,33 @@
+#pragma once
+
+#include <QIcon>
+#include <QString>
+#include <QWidget>
+
+#include <optional>
+#include <string>
+
+namespace ZorbelKit {
+
+/// A program's own picture, `side` points square; a symbol in its place where it has none.
+class AppIcon final : public QWidget {
+public:
+    AppIcon(int side, const QString& fallback, QWidget* parent);
+
+    /// `place` is the path of a file, or a name in the icon theme; none: it has no picture.
+    void load(const std::optional<std::string>& place);
+    bool hasPicture() const { return !icon_.isNull(); }
+
+    QSize sizeHint() const override { return {side_, side_}; }
+    QSize minimumSizeHint() const override { return sizeHint(); }
+
+protected:
+    void paintEvent(QPaintEvent* event) override;
+
+private:
+    const int side_;
+    const QString fallback_;
+    QIcon icon_;
+};
+
+} // namespace ZorbelKit
