@@ -9,6 +9,7 @@
 #include "ZorbelKit/Controls/Layouts.hpp"
 #include "ZorbelKit/Controls/LineText.hpp"
 #include "ZorbelKit/Controls/Reading.hpp"
+#include "ZorbelKit/Controls/Symbol.hpp"
 #include "ZorbelKit/Controls/SymbolButton.hpp"
 #include "ZorbelKit/Controls/Text.hpp"
 #include "ZorbelKit/Palette.hpp"
@@ -52,6 +53,7 @@ constexpr int listPadding = 6; // round rows, whose shade lies round their conte
 constexpr int rowPaddingX = 8;
 constexpr int rowGap = 10;
 constexpr int iconSide = 22;
+constexpr double signSize = 12; // of what a row's right end does
 
 constexpr const char* nothingListed =
     "Nothing on the list yet. Add the apps you want kept away while you work.";
@@ -164,12 +166,13 @@ void HushelMenuSection::writeClock() {
 
 Preset::Preset(std::int64_t minutes, QWidget* parent)
     : Tile(parent) {
+    // The role first: with the text the toolkit introduces the button to readers, once and for all.
     const QString number = QString::number(minutes);
+    setAccessible(*this, QAccessible::RadioButton, number, number + " minutes");
     setText(number);
     setFont(interfaceFont(15, QFont::Medium));
     setCheckable(true);
     setSizePolicy(QSizePolicy::Expanding, QSizePolicy::Fixed);
-    setAccessible(*this, QAccessible::RadioButton, number, number + " minutes");
     setToolTip(accessibleDescription());
 }
 
@@ -288,13 +291,14 @@ Running::Running(HushelSpice& spice, QWidget* parent)
     , spice_(spice) {
     auto* content = new QWidget;
     ring_ = new SessionRing(spice.accent(), content);
+    QLabel* title = makeText("Session running", interfaceFont(15, QFont::Medium), malai, content);
     end_ = makeText("", TextStyle::callout, malaiDim, content);
     interruptions_ = makeParagraph("", TextStyle::callout, malaiDim, content);
     stop_ = new QuietButton("Stop", content);
     auto* lines = new QVBoxLayout;
     lines->setSpacing(4);
     lines->addStretch();
-    lines->addWidget(makeText("Session running", interfaceFont(15, QFont::Medium), malai, content));
+    lines->addWidget(title);
     lines->addWidget(end_);
     lines->addWidget(interruptions_);
     lines->addSpacing(10);
@@ -369,7 +373,7 @@ bool ApplicationRow::event(QEvent* event) {
 
 KeptRow::KeptRow(HushelSpice& spice, QWidget* parent)
     : ApplicationRow(spice, parent)
-    , remove_(new SymbolButton("", "xmark", 12, this)) {
+    , remove_(new SymbolButton("", "xmark", signSize, this)) {
     remove_->setKeys("Del");
     remove_->setFocusPolicy(Qt::NoFocus); // the keyboard stays on the row, whose key does the same
     addAtRight(remove_);
@@ -387,6 +391,10 @@ void KeptRow::remove() {
 
 CandidateRow::CandidateRow(HushelSpice& spice, QWidget* parent)
     : ApplicationRow(spice, parent) {
+    auto* sign = new Symbol("plus", signSize, malaiDim, this);
+    sign->setFixedWidth(SymbolButton::side); // in line with the buttons of the list above
+    sign->setAttribute(Qt::WA_TransparentForMouseEvents);
+    addAtRight(sign);
     connect(this, &QAbstractButton::clicked, this, [this] { add(); });
 }
 

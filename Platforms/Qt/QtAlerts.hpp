@@ -2,12 +2,13 @@
 
 #include "ZorbelKit/Host/Alerts.hpp"
 
+#include <deque>
 #include <memory>
 
 namespace QtPlatform {
 
-/// Alerts in the suite's colours. One is shown at a time; the menu bar and other programs go on meanwhile.
-/// Needs a QApplication.
+/// Alerts in the suite's colours. One is shown at a time, the others wait; the menu bar and other programs go
+/// on meanwhile. Needs a QApplication.
 class QtAlerts : public ZorbelKit::Alerts {
 public:
     QtAlerts();
@@ -17,7 +18,11 @@ public:
 
 private:
     class Window;
-    std::unique_ptr<Window> window_;
+
+    void showNext();
+
+    std::deque<ZorbelKit::Alert> waiting_;
+    std::unique_ptr<Window> window_; // none before the first alert
 };
 
 } // namespace QtPlatform

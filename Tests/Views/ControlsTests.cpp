@@ -1,4 +1,5 @@
 #include "Tests/Views/ViewTests.hpp"
+#include "ZorbelKit/Controls/AppIcon.hpp"
 #include "ZorbelKit/Controls/Buttons.hpp"
 #include "ZorbelKit/Controls/Capsule.hpp"
 #include "ZorbelKit/Controls/Counter.hpp"
@@ -22,6 +23,7 @@
 #include <QDateTime>
 #include <QEnterEvent>
 #include <QGridLayout>
+#include <QIcon>
 #include <QLineEdit>
 #include <QLocale>
 #include <QPainter>
@@ -256,6 +258,8 @@ constexpr const char* symbols[] = {"text.alignleft",
                                    "magnifyingglass",
                                    "checkmark",
                                    "macwindow",
+                                   "app.dashed",
+                                   "plus",
                                    "laptopcomputer",
                                    "display",
                                    "rectangle",
@@ -303,6 +307,64 @@ TEST(Symbol, NoDrawingTouchesItsEdge) {
             EXPECT_EQ(qAlpha(picture.pixel(0, at)), 0);
             EXPECT_EQ(qAlpha(picture.pixel(47, at)), 0);
         }
+    }
+}
+
+TEST(AppIcon, EachPixelOfAPictureOfTheRightSizeIsOneOnTheScreen) {
+    for (const double scale : {1.0, 1.25, 1.5, 2.0, 3.0}) {
+        SCOPED_TRACE(scale);
+        const int side = static_cast<int>(std::lround(24 * scale));
+        QImage chequers(side, side, QImage::Format_RGB32);
+        for (int y = 0; y < side; ++y) {
+            for (int x = 0; x < side; ++x) {
+                chequers.setPixelColor(x, y, (x + y) % 2 == 0 ? Qt::white : Qt::black);
+            }
+        }
+        const QIcon icon(QPixmap::fromImage(chequers));
+        for (const int place : {4, 5, 7}) { // in device pixels, these are not always whole places
+            QImage window(QSizeF(40 * scale, 40 * scale).toSize(), QImage::Format_ARGB32_Premultiplied);
+            window.setDevicePixelRatio(scale);
+            window.fill(Qt::transparent);
+            QPainter painter(&window);
+            painter.translate(place, place);
+            paintIcon(painter, icon, {0, 0, 24, 24});
+            painter.end();
+            int sharp = 0;
+            for (int y = 0; y < window.height(); ++y) {
+                for (int x = 0; x < window.width(); ++x) {
+                    const QColor pixel = window.pixelColor(x, y);
+                    sharp += pixel == QColor(Qt::white) || pixel == QColor(Qt::black) ? 1 : 0;
+                }
+            }
+            EXPECT_EQ(sharp, side * side) << place;
+        }
+    }
+}
+
+TEST(AppIcon, ASmallPictureIsNotBlownUp) {
+    QImage small(16, 16, QImage::Format_RGB32);
+    small.fill(Qt::white);
+    QImage window(40, 40, QImage::Format_RGB32);
+    window.fill(Qt::black);
+    QPainter painter(&window);
+    paintIcon(painter, QIcon(QPixmap::fromImage(small)), {0, 0, 36, 36});
+    painter.end();
+    EXPECT_EQ(window.pixelColor(9, 18), QColor(Qt::black));
+    EXPECT_EQ(window.pixelColor(10, 18), QColor(Qt::white)) << "it stands in the middle";
+    EXPECT_EQ(window.pixelColor(25, 18), QColor(Qt::white));
+    EXPECT_EQ(window.pixelColor(26, 18), QColor(Qt::black));
+}
+
+TEST(AppIcon, WithoutAPictureThereIsTheSymbol) {
+    AppIcon icon(24, "app.dashed", nullptr);
+    show(icon, icon.sizeHint());
+    EXPECT_EQ(icon.sizeHint(), QSize(24, 24));
+    const double empty = coverage(icon.grab().toImage());
+    EXPECT_GT(empty, 0.03);
+    for (const char* place : {"", "/no/such/file.png", "no-such-icon", "/"}) {
+        icon.load(place);
+        EXPECT_FALSE(icon.hasPicture()) << place;
+        EXPECT_EQ(coverage(icon.grab().toImage()), empty) << place;
     }
 }
 

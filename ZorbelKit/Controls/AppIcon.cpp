@@ -22,6 +22,13 @@ QPointF onDevicePixel(const QPainter& painter, const QPointF& point) {
 
 } // namespace
 
+void paintIcon(QPainter& painter, const QIcon& icon, const QRectF& rect) {
+    const QPixmap picture = icon.pixmap(rect.size().toSize(), painter.device()->devicePixelRatioF());
+    const QSizeF size = picture.deviceIndependentSize();
+    const QPointF corner = rect.center() - QPointF(size.width() / 2, size.height() / 2);
+    painter.drawPixmap(onDevicePixel(painter, corner), picture);
+}
+
 AppIcon::AppIcon(int side, const QString& fallback, QWidget* parent)
     : QWidget(parent)
     , side_(side)
@@ -49,10 +56,7 @@ void AppIcon::paintEvent(QPaintEvent*) {
         paintSymbol(painter, fallback_, centre, side_ * fallbackShare, malaiDim);
         return;
     }
-    const QPixmap picture = icon_.pixmap(QSize(side_, side_), painter.device()->devicePixelRatioF());
-    const QSizeF size = picture.deviceIndependentSize();
-    painter.drawPixmap(onDevicePixel(painter, centre - QPointF(size.width() / 2, size.height() / 2)),
-                       picture);
+    paintIcon(painter, icon_, rect());
 }
 
 } // namespace ZorbelKit

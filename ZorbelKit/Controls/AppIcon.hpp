@@ -7,7 +7,14 @@
 #include <optional>
 #include <string>
 
+class QPainter;
+class QRectF;
+
 namespace ZorbelKit {
+
+/// Draws a picture in the middle of `rect`, at most as large as that. Each of its pixels is one on the screen
+/// where it comes in the size that is asked for.
+void paintIcon(QPainter& painter, const QIcon& icon, const QRectF& rect);
 
 /// A program's own picture, `side` points square; a symbol in its place where it has none.
 class AppIcon final : public QWidget {
