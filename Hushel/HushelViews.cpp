@@ -73,15 +73,15 @@ void writeLine(QLabel& label, const QString& text) {
     label.setVisible(!text.isEmpty());
 }
 
-/// Shows one of two, and hands the keyboard over from a button that goes.
-void swap(QWidget& shown, FocusButton& shownButton, QWidget& hidden, const FocusButton& hiddenButton) {
-    if (hiddenButton.hasFocus()) {
-        const bool shows = hiddenButton.showsFocus();
-        shown.show();
-        shownButton.setFocus(shows ? Qt::TabFocusReason : Qt::OtherFocusReason);
+/// Shows one of two in the place of the other. A keyboard in what goes is handed to a button of what comes.
+void swap(QWidget& shown, FocusButton& button, QWidget& hidden) {
+    QWidget* focused = shown.window()->focusWidget();
+    shown.show();
+    if (focused && (focused == &hidden || hidden.isAncestorOf(focused))) {
+        const auto* before = dynamic_cast<const FocusButton*>(focused);
+        button.setFocus(before && before->showsFocus() ? Qt::TabFocusReason : Qt::OtherFocusReason);
     }
     hidden.hide();
-    shown.show();
 }
 
 /// An entry, told from equal ones by how many of those come before it.
@@ -154,9 +154,9 @@ void HushelMenuSection::write() {
     start_->setLabel(qString(startText(spice().plannedMinutes())));
     start_->setEnabled(!spice().blocked().empty());
     if (spice().session()) {
-        swap(*running_, *stop_, *start_, *start_);
+        swap(*running_, *stop_, *start_);
     } else {
-        swap(*start_, *start_, *running_, *stop_);
+        swap(*start_, *start_, *running_);
     }
 }
 
@@ -606,9 +606,9 @@ void HushelPanel::write() {
     setup_->refresh();
     running_->refresh();
     if (spice().session()) {
-        swap(*running_, running_->stop(), *setup_, setup_->start());
+        swap(*running_, running_->stop(), *setup_);
     } else {
-        swap(*setup_, setup_->start(), *running_, running_->stop());
+        swap(*setup_, setup_->start(), *running_);
     }
     writeLine(*hint_, hint());
     keptOut_->refresh();

@@ -52,10 +52,12 @@ void closePopups() {
     }
 }
 
-/// The window the user is in, where it is one of ours that can wait for the answer.
+/// The window the user is in, where it is one of ours. Never the menu bar, whose icons are other programs'.
 QWindow* windowInFront() {
     const QWidget* window = QApplication::activeWindow();
-    return window && window->windowType() == Qt::Window ? window->windowHandle() : nullptr;
+    const bool canWait = window && window->windowType() == Qt::Window &&
+                         !window->windowFlags().testFlag(Qt::WindowDoesNotAcceptFocus);
+    return canWait ? window->windowHandle() : nullptr;
 }
 
 QLabel* makeLine(const QFont& font, const Color& colour, QWidget* parent) {

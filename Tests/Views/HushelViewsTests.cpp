@@ -190,9 +190,12 @@ TEST_F(HushelViewsTest, TheSectionOffersAStartOnceSomethingIsListed) {
 TEST_F(HushelViewsTest, TheKeyboardStaysWhereTheButtonWas) {
     spice.block(chat);
     HushelMenuSection& section = openSection();
-    button(section, "Start 25m session")->setFocus(Qt::TabFocusReason);
+    auto* start = dynamic_cast<QuietButton*>(button(section, "Start 25m session"));
+    start->clearFocus();
+    start->setFocus(Qt::TabFocusReason);
     press(Qt::Key_Space);
     EXPECT_EQ(focused(), "Stop");
+    EXPECT_TRUE(dynamic_cast<QuietButton*>(button(section, "Stop"))->showsFocus());
     settle();
     fitSection();
     savePicture(ground, "hushel-menu-keyboard");
@@ -209,6 +212,18 @@ TEST_F(HushelViewsTest, TheKeyboardGoesFromStartToStopAndBack) {
     press(Qt::Key_Space);
     EXPECT_EQ(focused(), "Start");
     EXPECT_EQ(spice.session(), std::nullopt);
+}
+
+TEST_F(HushelViewsTest, ASessionThatIsStartedElsewhereTakesTheKeyboardAlongUnseen) {
+    const HushelPanel& panel = openPanel();
+    button(panel, "Start")->setFocus(Qt::TabFocusReason);
+    button(panel, "25")->setFocus(Qt::OtherFocusReason);
+    spice.start();
+    EXPECT_EQ(focused(), "Stop");
+    EXPECT_FALSE(dynamic_cast<QuietButton*>(button(panel, "Stop"))->showsFocus());
+    button(panel, "Add an app")->setFocus(Qt::TabFocusReason);
+    spice.endSession(false);
+    EXPECT_EQ(focused(), "Add an app");
 }
 
 // ---- The clock
