@@ -2,11 +2,13 @@
 
 #include "Ledgra/Staged.hpp"
 #include "ZorbelKit/Forward.hpp"
+#include "ZorbelKit/Lifetime.hpp"
 #include "ZorbelKit/Spice.hpp"
 
 #include <cstddef>
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <vector>
 
@@ -51,17 +53,26 @@ public:
     /// Parks files in this order: one that is there already is left out, and the newest twelve stay. Paths
     /// are absolute.
     void stage(const std::vector<std::filesystem::path>& urls);
+
+    /// The same for later, when whoever brought the files has had his answer; nothing once the spice is gone.
+    std::function<void(const std::vector<std::filesystem::path>& urls)> staging();
+
     void remove(const Staged& item);
     void clear();
     void reveal(const Staged& item);
 
+    /// Says before long whether the file is still there, unless its disk does not answer.
+    void look(const Staged& item, std::function<void(bool isThere)> answer);
+
 private:
     void present();
+    ZorbelKit::AnyView shelf(); // the strip's content
 
     Services services_;
     ZorbelKit::Published<std::vector<Staged>> staged_{*this};
     ZorbelKit::Published<bool> showShelf_{*this};
     std::unique_ptr<ShelfPanel> panel_;
+    ZorbelKit::Lifetime lifetime_;
 };
 
 } // namespace Ledgra

@@ -4,6 +4,7 @@
 
 #include <cstdint>
 #include <filesystem>
+#include <functional>
 #include <memory>
 #include <string>
 #include <utility>
@@ -45,6 +46,12 @@ public:
     /// nothing, and so does what cannot be read, or not within a moment: a disk far away may not answer at
     /// all.
     virtual std::int64_t totalBytes(const std::vector<std::filesystem::path>& files) const = 0;
+
+    /// Says whether something is at this path: not within this call where a disk is asked, and never while
+    /// that does not answer. What is not asked counts as being there.
+    virtual void look(const std::filesystem::path& /*file*/, std::function<void(bool isThere)> answer) {
+        answer(true);
+    }
 };
 
 } // namespace Ledgra

@@ -3,9 +3,11 @@
 #include "Ledgra/ParkedFiles.hpp"
 #include "ZorbelKit/Host/FloatingPanels.hpp"
 
+#include <functional>
 #include <map>
 #include <memory>
 #include <optional>
+#include <set>
 #include <vector>
 
 namespace Simulated {
@@ -77,7 +79,12 @@ public:
         return sum;
     }
 
+    void look(const std::filesystem::path& file, std::function<void(bool isThere)> answer) override {
+        answer(!missing.contains(file));
+    }
+
     std::map<std::filesystem::path, std::int64_t> sizes; // of regular files
+    std::set<std::filesystem::path> missing;             // when looked for again
     std::vector<std::pair<std::filesystem::path, std::shared_ptr<Ledgra::FileIcon>>>
         icons; // as they were asked for
 };

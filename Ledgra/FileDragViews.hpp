@@ -1,0 +1,28 @@
+#pragma once
+
+#include <QPixmap>
+
+#include <filesystem>
+#include <memory>
+
+class QDropEvent;
+class QMimeData;
+
+namespace Ledgra {
+
+/// A file on its way off the shelf, under the pointer. It is offered to be copied and nothing else.
+class FileDrag {
+public:
+    /// What the receiver may ask for: the file as text/uri-list, and its path as plain text, for terminals.
+    /// No plain text where the path is none, or where a terminal would take a part of it for a key.
+    static std::unique_ptr<QMimeData> data(const std::filesystem::path& file);
+
+    /// Drags as soon as the event at hand has been answered, if the button is still down then. Whoever calls
+    /// may be gone before it ends.
+    static void begin(const std::filesystem::path& file, const QPixmap& picture);
+
+    /// Whether a drag over a widget comes from this program.
+    static bool isOwn(const QDropEvent& event);
+};
+
+} // namespace Ledgra
