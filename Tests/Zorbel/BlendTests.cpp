@@ -87,9 +87,9 @@ TEST_F(BlendTest, AFirstLaunchStartsTheFirstWaveSelectsTheFirstSpiceAndStoresJus
     for (const auto& [key, value] : suite.defaults.values()) {
         keys.insert(key);
     }
-    EXPECT_EQ(keys,
-              (std::set<std::string>{"spice.sivrel.enabled", "spice.mordan.enabled", "spice.pintho.enabled",
-                                     "spice.rusket.enabled", "stall.selection", "sivrel.collapsed"}));
+    EXPECT_EQ(keys, (std::set<std::string>{"spice.sivrel.enabled", "spice.mordan.enabled",
+                                           "spice.pintho.enabled", "spice.rusket.enabled", "stall.selection",
+                                           "sivrel.collapsed", "ledgra.showShelf"}));
 }
 
 TEST_F(BlendTest, ASpiceThatIsOffHoldsNothing) {

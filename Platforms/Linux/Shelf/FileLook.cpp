@@ -25,7 +25,7 @@ namespace fs = std::filesystem;
 namespace {
 
 constexpr std::int64_t mostThumbnail = 4 << 20; // bytes of a file in the thumbnail folder
-constexpr std::int64_t mostPicture = 8 << 20;  // bytes of a picture that is made small here
+constexpr std::int64_t mostPicture = 8 << 20;   // bytes of a picture that is made small here
 constexpr std::int64_t mostPixels = 24'000'000; // of either
 constexpr int thumbnailSide = 160;              // pixels: forty points on the finest screen, and some more
 constexpr std::array folders{"large", "x-large", "normal"}; // 256, 512 and 128 pixels
@@ -80,24 +80,18 @@ QByteArray read(const FileHandle& file, std::int64_t most) {
     return {};
 }
 
-/// Small, as PNG; empty where these bytes are no picture of an acceptable size.
-std::string madeSmall(QImageReader& reader) {
-    const QSize size = reader.size();
-    if (size.isEmpty() || qint64{size.width()} * size.height() > mostPixels) {
-        return {};
-    }
-    const QSize most(thumbnailSide, thumbnailSide);
-    const bool isLarge = size.width() > thumbnailSide || size.height() > thumbnailSide;
-    const QSize wanted = isLarge ? size.scaled(most, Qt::KeepAspectRatio).expandedTo(QSize(1, 1)) : size;
-    if (isLarge) {
-        reader.setScaledSize(wanted * 2); // the quick way to about the size, and from there with care
-    }
-    QImage image = reader.read();
+bool isAcceptable(const QSize& size) {
+    return !size.isEmpty() && qint64{size.width()} * size.height() <= mostPixels;
+}
+
+/// Made small, as PNG; empty where there is no image.
+std::string smallPng(QImage image) {
     if (image.isNull()) {
         return {};
     }
-    if (isLarge) {
-        image = image.scaled(most, Qt::KeepAspectRatio, Qt::SmoothTransformation);
+    if (image.width() > thumbnailSide || image.height() > thumbnailSide) {
+        const QSize size = image.size().scaled(thumbnailSide, thumbnailSide, Qt::KeepAspectRatio);
+        image = image.scaled(size.expandedTo(QSize(1, 1)), Qt::IgnoreAspectRatio, Qt::SmoothTransformation);
     }
     QBuffer png;
     png.open(QIODevice::WriteOnly);
@@ -129,12 +123,13 @@ std::string keptThumbnail(const fs::path& file, std::int64_t modified) {
         buffer.open(QIODevice::ReadOnly);
         QImageReader reader(&buffer, "png");
         reader.setAutoDetectImageFormat(false);
-        if (reader.text("Thumb::URI").toStdString() != uri ||
-            reader.text("Thumb::MTime").toLongLong() != modified) {
+        if (!isAcceptable(reader.size())) {
             continue;
         }
-        if (std::string thumbnail = madeSmall(reader); !thumbnail.empty()) {
-            return thumbnail;
+        const QImage image = reader.read();
+        if (!image.isNull() && image.text("Thumb::URI").toStdString() == uri &&
+            image.text("Thumb::MTime").toLongLong() == modified) {
+            return smallPng(image);
         }
     }
     return {};
@@ -156,7 +151,16 @@ std::string pictureMadeSmall(const fs::path& file) {
     }
     QImageReader reader(&buffer, format);
     reader.setAutoTransform(true);
-    return madeSmall(reader);
+    const QSize size = reader.size();
+    if (!isAcceptable(size)) {
+        return {};
+    }
+    // The quick way to twice the size where there is one, and from there with care.
+    const QSize wanted = size.scaled(2 * thumbnailSide, 2 * thumbnailSide, Qt::KeepAspectRatio);
+    if (wanted.width() < size.width()) {
+        reader.setScaledSize(wanted.expandedTo(QSize(1, 1)));
+    }
+    return smallPng(reader.read());
 }
 
 Look lookOfFile(const fs::path& file, const struct statx& status) {
