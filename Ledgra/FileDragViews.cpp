@@ -11,6 +11,7 @@
 
 #include <algorithm>
 #include <string_view>
+#include <utility>
 
 namespace Ledgra {
 
@@ -58,6 +59,13 @@ private:
     const QByteArray text_; // empty: not offered
 };
 
+std::function<void(QDrag& drag)>& runner() {
+    static std::function<void(QDrag & drag)> run = [](QDrag& drag) {
+        drag.exec(Qt::CopyAction, Qt::CopyAction);
+    };
+    return run;
+}
+
 void drag(const std::filesystem::path& file, const QPixmap& picture) {
     if (!(QGuiApplication::mouseButtons() & Qt::LeftButton)) {
         return;
@@ -68,7 +76,7 @@ void drag(const std::filesystem::path& file, const QPixmap& picture) {
     drag->setMimeData(FileDrag::data(file).release());
     drag->setPixmap(picture);
     drag->setHotSpot(QRectF(QPointF(), picture.deviceIndependentSize()).center().toPoint());
-    drag->exec(Qt::CopyAction, Qt::CopyAction);
+    runner()(*drag);
     source->deleteLater();
 }
 
@@ -81,6 +89,10 @@ std::unique_ptr<QMimeData> FileDrag::data(const std::filesystem::path& file) {
 void FileDrag::begin(const std::filesystem::path& file, const QPixmap& picture) {
     QMetaObject::invokeMethod(
         QCoreApplication::instance(), [file, picture] { drag(file, picture); }, Qt::QueuedConnection);
+}
+
+std::function<void(QDrag& drag)> FileDrag::setRunnerForTesting(std::function<void(QDrag& drag)> run) {
+    return std::exchange(runner(), std::move(run));
 }
 
 bool FileDrag::isOwn(const QDropEvent& event) {

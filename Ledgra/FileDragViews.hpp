@@ -3,8 +3,10 @@
 #include <QPixmap>
 
 #include <filesystem>
+#include <functional>
 #include <memory>
 
+class QDrag;
 class QDropEvent;
 class QMimeData;
 
@@ -23,6 +25,10 @@ public:
 
     /// Whether a drag over a widget comes from this program.
     static bool isOwn(const QDropEvent& event);
+
+    /// What takes the place of the toolkit's own loop, in which a drag waits for its end. Returns what did
+    /// so before.
+    static std::function<void(QDrag& drag)> setRunnerForTesting(std::function<void(QDrag& drag)> run);
 };
 
 } // namespace Ledgra

@@ -80,8 +80,8 @@ AnyView LedgraSpice::menuSection() {
 
 LedgraPanel::LedgraPanel(LedgraSpice& spice, QWidget* parent)
     : LiveView(spice, parent)
-    , spice_(spice)
-    , nothing_(makeNothing(spice, this)) {
+    , spice_(spice) {
+    // Made in the order in which they are read.
     auto* setting = new QWidget;
     showShelf_ = new Switch("Keep the shelf on screen", setting);
     auto* row = new QHBoxLayout;
@@ -95,24 +95,25 @@ LedgraPanel::LedgraPanel(LedgraSpice& spice, QWidget* parent)
     lines->setContentsMargins(cardPadding, cardPadding, cardPadding, cardPadding);
     lines->addLayout(row);
     lines->addWidget(note);
+    auto* column = makeColumn(this, partGap);
+    column->addWidget(new Counter(false, setting, this));
 
-    clear_ = new QuietButton("Clear", this);
     auto* header = new QHBoxLayout;
     header->addWidget(makeHeading("On the shelf", this), 1, Qt::AlignVCenter);
+    clear_ = new QuietButton("Clear", this);
     header->addWidget(clear_);
+    column->addLayout(header);
 
+    nothing_ = makeNothing(spice, this);
+    column->addWidget(nothing_);
     auto* content = new QWidget;
     auto* inset = makeColumn(content, 0);
     inset->setContentsMargins(tilesPadding, tilesPadding, tilesPadding, tilesPadding);
     tiles_ = new StagedTiles(spice, StagedTiles::Flow::grid, content);
     inset->addWidget(tiles_);
     files_ = new Counter(false, content, this);
-
-    auto* column = makeColumn(this, partGap);
-    column->addWidget(new Counter(false, setting, this));
-    column->addLayout(header);
-    column->addWidget(nothing_);
     column->addWidget(files_);
+
     setSizePolicy(QSizePolicy::Preferred, QSizePolicy::Fixed);
     setAccessible(*this, QAccessible::Grouping, qString(spice.role()));
     connect(showShelf_, &QAbstractButton::toggled, this, [this](bool on) { spice_.setShowShelf(on); });

@@ -35,6 +35,7 @@ using namespace ZorbelKit;
 namespace {
 
 // Points.
+constexpr int border = 1;
 constexpr int paddingX = 8;
 constexpr int paddingTop = 6;
 constexpr int headerHeight = 26;
@@ -42,7 +43,7 @@ constexpr int headerInset = 6; // in line with the tiles' names
 constexpr double traySize = 30;
 constexpr int trayGap = 6;
 constexpr double wellInset = 8.5; // of the dashed line round the place to drop on
-constexpr int fadeWidth = 22;
+constexpr int fadeWidth = 26;
 constexpr int reachMargin = 24; // what is kept in sight beside a tile that the keyboard comes to
 
 constexpr double groundOpacity = 0.94; // where the desktop blends
@@ -110,7 +111,7 @@ TileStrip::TileStrip(StagedTiles& tiles, QWidget* parent)
     clear.setColor(QPalette::Window, Qt::transparent);
     setPalette(clear);
     setWidget(&tiles);
-    horizontalScrollBar()->setSingleStep(StagedTile::size.width());
+    horizontalScrollBar()->setSingleStep(StagedTile::tileSize.width());
 }
 
 void TileStrip::scrollToEnd() {
@@ -126,7 +127,7 @@ void TileStrip::wheelEvent(QWheelEvent* event) {
     int distance = std::abs(pixels.x()) > std::abs(pixels.y()) ? pixels.x() : pixels.y();
     if (distance == 0) {
         const int turned = std::abs(angle.x()) > std::abs(angle.y()) ? angle.x() : angle.y();
-        distance = turned * StagedTile::size.width() / wheelNotch;
+        distance = turned * StagedTile::tileSize.width() / wheelNotch;
     }
     QScrollBar& bar = *horizontalScrollBar();
     bar.setValue(bar.value() - distance);
@@ -146,7 +147,7 @@ ShelfView::ShelfView(LedgraSpice& spice, QWidget* parent)
     , tray_(new Symbol("tray", traySize, malaiDim, nothing_))
     , hint_(makeText("", interfaceFont(12, QFont::Medium), malaiDim, nothing_))
     , files_(new QWidget)
-    , count_(makeText("", interfaceFont(11, QFont::Medium), malaiDim, files_))
+    , count_(makeText("", interfaceFont(12, QFont::Medium), malaiDim, files_))
     , clear_(new PlainButton("Clear", malaiDim, files_))
     , tiles_(new StagedTiles(spice, StagedTiles::Flow::row))
     , strip_(new TileStrip(*tiles_, files_))
@@ -158,15 +159,16 @@ ShelfView::ShelfView(LedgraSpice& spice, QWidget* parent)
     hints->addStretch();
 
     auto* header = new QHBoxLayout;
-    header->setContentsMargins(headerInset, 0, 0, 0);
+    header->setContentsMargins(paddingX + headerInset, 0, paddingX, 0);
     header->addWidget(count_);
     header->addStretch();
     clear_->setFixedHeight(headerHeight - 2);
     header->addWidget(clear_);
     auto* column = makeColumn(files_, 0);
-    column->setContentsMargins(paddingX, paddingTop, paddingX, 0);
+    column->setContentsMargins(border, paddingTop, border, 0);
     column->addLayout(header);
-    strip_->setFixedHeight(StagedTile::size.height());
+    tiles_->setContentsMargins(paddingX - border, 0, paddingX - border, 0);
+    strip_->setFixedHeight(StagedTile::tileSize.height());
     column->addWidget(strip_);
     column->addStretch();
 
@@ -217,13 +219,14 @@ void ShelfView::setTargeted(bool targeted) {
     }
 }
 
-/// Whether it can be dropped here. Whatever is proposed, files are only referred to.
+/// Whether it can be dropped here. Whatever is proposed, files are only referred to: where copying is not
+/// offered, nothing is to be done with them at all.
 bool ShelfView::take(QDropEvent& event) {
     if (FileDrag::isOwn(event) || !event.mimeData()->hasFormat(listType)) {
         event.ignore();
         return false;
     }
-    event.setDropAction(Qt::CopyAction);
+    event.setDropAction(event.possibleActions() & Qt::CopyAction ? Qt::CopyAction : Qt::IgnoreAction);
     event.accept();
     return true;
 }

@@ -43,16 +43,15 @@ std::shared_ptr<const FileIcon> iconOf(const Staged& item) {
 } // namespace
 
 QStringList nameLines(const QString& name, const QFont& font, double width) {
+    if (name.isEmpty()) {
+        return {};
+    }
     QTextLayout layout(name, font);
     QTextOption option;
     option.setWrapMode(QTextOption::WrapAtWordBoundaryOrAnywhere);
     layout.setTextOption(option);
     layout.beginLayout();
     QTextLine first = layout.createLine();
-    if (!first.isValid()) {
-        layout.endLayout();
-        return {};
-    }
     first.setLineWidth(width);
     const int begin = first.textLength();
     layout.endLayout();
@@ -89,11 +88,11 @@ StagedTile::StagedTile(const Staged& item, LedgraSpice& spice, QWidget* parent)
     , remove_(new RemoveButton(this)) {
     const QString title = qString(titleText(item.name));
     setFont(interfaceFont(nameSize));
-    lines_ = nameLines(title, font(), size.width() - 2 * namePadding);
+    lines_ = nameLines(title, font(), tileSize.width() - 2 * namePadding);
     setFocusPolicy(Qt::StrongFocus);
-    setFixedSize(size);
-    icon_->move((size.width() - iconSize) / 2, iconTop);
-    remove_->move(size.width() - RemoveButton::side, 0);
+    setFixedSize(tileSize);
+    icon_->move((tileSize.width() - iconSize) / 2, iconTop);
+    remove_->move(tileSize.width() - RemoveButton::side, 0);
     setAccessible(*this, QAccessible::Button, title);
     setToolTip(toolTipText(tipText(item.url)));
     const QString removeName = QStringLiteral("Remove %1").arg(title);
@@ -262,23 +261,25 @@ int StagedTiles::columns(int width) const {
     if (flow_ == Flow::row) {
         return std::max(static_cast<int>(tiles_.size()), 1);
     }
-    return std::max((width + gap) / (StagedTile::size.width() + gap), 1);
+    return std::max((width + gap) / (StagedTile::tileSize.width() + gap), 1);
 }
 
 int StagedTiles::heightForWidth(int width) const {
     const int perRow = columns(width);
     const int rows = std::max((static_cast<int>(tiles_.size()) + perRow - 1) / perRow, 1);
-    return rows * StagedTile::size.height() + (rows - 1) * gap;
+    return rows * StagedTile::tileSize.height() + (rows - 1) * gap;
 }
 
 QSize StagedTiles::sizeHint() const {
     const int count = std::max(static_cast<int>(tiles_.size()), 1);
     const int across = flow_ == Flow::row ? count : std::min(count, 6);
-    return {across * StagedTile::size.width(), heightForWidth(width())};
+    const QMargins margins = contentsMargins();
+    return {across * StagedTile::tileSize.width() + margins.left() + margins.right(),
+            heightForWidth(width())};
 }
 
 QSize StagedTiles::minimumSizeHint() const {
-    return flow_ == Flow::row ? sizeHint() : StagedTile::size;
+    return flow_ == Flow::row ? sizeHint() : StagedTile::tileSize;
 }
 
 void StagedTiles::resizeEvent(QResizeEvent* event) {
@@ -289,13 +290,13 @@ void StagedTiles::resizeEvent(QResizeEvent* event) {
 /// In the grid the columns are spread over the width.
 void StagedTiles::arrange() {
     const int perRow = columns(width());
-    const int tileWidth = StagedTile::size.width();
+    const int tileWidth = StagedTile::tileSize.width();
     const double spread = flow_ == Flow::row || perRow < 2
                               ? tileWidth
                               : static_cast<double>(width() - tileWidth) / (perRow - 1);
     for (int index = 0; index < static_cast<int>(tiles_.size()); ++index) {
         tiles_[static_cast<std::size_t>(index)]->move(static_cast<int>(std::lround(index % perRow * spread)),
-                                                      index / perRow * (StagedTile::size.height() + gap));
+                                                      index / perRow * (StagedTile::tileSize.height() + gap));
     }
 }
 

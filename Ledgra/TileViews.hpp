@@ -32,7 +32,7 @@ protected:
 /// One parked file, which can be shown in the file manager, taken off the shelf and dragged elsewhere.
 class StagedTile final : public ZorbelKit::Tile {
 public:
-    static constexpr QSize size{72, 88}; // points
+    static constexpr QSize tileSize{72, 88}; // points
     static constexpr int iconSize = 40;
 
     StagedTile(const Staged& item, LedgraSpice& spice, QWidget* parent);
@@ -41,7 +41,7 @@ public:
     const FileIconView& icon() const { return *icon_; }
     const QStringList& lines() const { return lines_; } // of the name, as shown
 
-    QSize sizeHint() const override { return size; }
+    QSize sizeHint() const override { return tileSize; }
 
 protected:
     void paintEvent(QPaintEvent* event) override;
