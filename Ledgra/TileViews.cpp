@@ -148,11 +148,15 @@ void StagedTile::mousePressEvent(QMouseEvent* event) {
         return;
     }
     pressedAt_ = event->position().toPoint();
+    isDragged_ = false;
     isThere_ = true; // until its disk says otherwise; one far away may never answer
     spice_.look(item_, lifetime_.guard([this](bool isThere) { isThere_ = isThere; }));
 }
 
 void StagedTile::mouseMoveEvent(QMouseEvent* event) {
+    if (isDragged_) {
+        return; // the button would take itself for pressed again
+    }
     const bool isHeld = (event->buttons() & Qt::LeftButton) && pressedAt_;
     if (!isHeld ||
         (event->position().toPoint() - *pressedAt_).manhattanLength() < QApplication::startDragDistance()) {
@@ -160,6 +164,7 @@ void StagedTile::mouseMoveEvent(QMouseEvent* event) {
         return;
     }
     pressedAt_.reset();
+    isDragged_ = true;
     setDown(false); // letting go is a drop now and no click
     if (isThere_) {
         FileDrag::begin(item_.url, icon_->picture());

@@ -64,6 +64,7 @@ private:
     RemoveButton* remove_;
     QStringList lines_;
     std::optional<QPoint> pressedAt_; // while the button is down and nothing is dragged yet
+    bool isDragged_ = false;          // since the button was pressed last
     bool isThere_ = true;             // when last looked for
     ZorbelKit::Lifetime lifetime_;
 };
