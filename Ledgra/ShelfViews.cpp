@@ -17,6 +17,7 @@
 #include <QCoreApplication>
 #include <QDragEnterEvent>
 #include <QHBoxLayout>
+#include <QLabel>
 #include <QMimeData>
 #include <QPainter>
 #include <QScrollBar>
@@ -35,7 +36,7 @@ using namespace ZorbelKit;
 namespace {
 
 // Points.
-constexpr int border = 1;
+constexpr int border = 2; // the line itself and a little air
 constexpr int paddingX = 8;
 constexpr int paddingTop = 6;
 constexpr int headerHeight = 26;
@@ -46,6 +47,7 @@ constexpr double wellInset = 8.5; // of the dashed line round the place to drop 
 constexpr int fadeWidth = 26;
 constexpr int reachMargin = 24; // what is kept in sight beside a tile that the keyboard comes to
 
+constexpr double fadeOpacity = 0.9;
 constexpr double groundOpacity = 0.94; // where the desktop blends
 constexpr int wheelNotch = 120;        // an eighth of a degree each
 
@@ -60,6 +62,12 @@ Color ground(bool isTargeted) {
     return desktopBlends() ? colour.withOpacity(groundOpacity) : colour;
 }
 
+void setTextColour(QLabel& label, const Color& colour) {
+    QPalette colours = label.palette();
+    colours.setColor(QPalette::WindowText, qColor(colour));
+    label.setPalette(colours);
+}
+
 } // namespace
 
 AnyView LedgraSpice::shelf() {
@@ -71,10 +79,16 @@ class TileStrip::Fade final : public QWidget {
 public:
     Fade(const QScrollBar& bar, QWidget* parent)
         : QWidget(parent)
-        , bar_(bar) {
+        , bar_(bar)
+        , colour_(kettle) {
         setAttribute(Qt::WA_TransparentForMouseEvents);
         connect(&bar, &QScrollBar::valueChanged, this, [this] { update(); });
         connect(&bar, &QScrollBar::rangeChanged, this, [this] { update(); });
+    }
+
+    void setColour(const Color& colour) {
+        colour_ = colour;
+        update();
     }
 
 protected:
@@ -91,12 +105,13 @@ protected:
 private:
     void paintEnd(QPainter& painter, int outer, int inner) const {
         QLinearGradient shade(outer, 0, inner, 0);
-        shade.setColorAt(0, qColor(kettle));
-        shade.setColorAt(1, qColor(kettle.withOpacity(0)));
+        shade.setColorAt(0, qColor(colour_.withOpacity(fadeOpacity)));
+        shade.setColorAt(1, qColor(colour_.withOpacity(0)));
         painter.fillRect(QRect(std::min(outer, inner), 0, fadeWidth, height()), shade);
     }
 
     const QScrollBar& bar_;
+    Color colour_;
 };
 
 TileStrip::TileStrip(StagedTiles& tiles, QWidget* parent)
@@ -112,6 +127,10 @@ TileStrip::TileStrip(StagedTiles& tiles, QWidget* parent)
     setPalette(clear);
     setWidget(&tiles);
     horizontalScrollBar()->setSingleStep(StagedTile::tileSize.width());
+}
+
+void TileStrip::setGround(const Color& colour) {
+    fade_->setColour(colour);
 }
 
 void TileStrip::scrollToEnd() {
@@ -155,7 +174,8 @@ ShelfView::ShelfView(LedgraSpice& spice, QWidget* parent)
     auto* hints = makeColumn(nothing_, trayGap);
     hints->addStretch();
     hints->addWidget(tray_, 0, Qt::AlignHCenter);
-    hints->addWidget(hint_, 0, Qt::AlignHCenter);
+    hint_->setAlignment(Qt::AlignHCenter);
+    hints->addWidget(hint_);
     hints->addStretch();
 
     auto* header = new QHBoxLayout;
@@ -214,6 +234,8 @@ void ShelfView::hideEvent(QHideEvent* event) {
 void ShelfView::setTargeted(bool targeted) {
     if (targeted_ != targeted) {
         targeted_ = targeted;
+        strip_->setGround(ground(targeted));
+        setTextColour(*hint_, targeted ? malai : malaiDim);
         refresh();
         update();
     }

@@ -24,6 +24,7 @@ class TileStrip final : public QScrollArea {
 public:
     TileStrip(StagedTiles& tiles, QWidget* parent);
 
+    void setGround(const ZorbelKit::Color& colour); // into which it fades
     void scrollToEnd();
 
 protected:

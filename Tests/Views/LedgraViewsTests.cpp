@@ -96,7 +96,17 @@ protected:
     LedgraViewsTest() {
         ZorbelKit::applyTheme(*qApp, [this] { return canBlend; });
     }
-    ~LedgraViewsTest() override { ZorbelKit::applyTheme(*qApp); }
+    ~LedgraViewsTest() override {
+        ZorbelKit::applyTheme(*qApp);
+        QIcon::setThemeSearchPaths(iconPaths);
+        QIcon::setThemeName(iconTheme);
+    }
+
+    /// The icons of the machine, where it has some.
+    static void useIconTheme() {
+        QIcon::setThemeSearchPaths({"/usr/share/icons"});
+        QIcon::setThemeName("Adwaita");
+    }
 
     ShelfView& openShelf() { return openPage(new ShelfView(spice, &ground), stripSize); }
     LedgraPanel& openPanel(int width = pageWidth) { return openPage(new LedgraPanel(spice, &ground), width); }
@@ -116,6 +126,8 @@ protected:
                 icon->setLook({.names = {"image-jpeg"}, .thumbnail = png(160, 107, Qt::darkCyan)});
             } else if (file.filename() == "Recipes") {
                 icon->setLook({.names = {"folder"}, .thumbnail = {}});
+            } else {
+                icon->setLook({.names = {"text-x-generic"}, .thumbnail = {}});
             }
         }
         settle();
@@ -200,6 +212,8 @@ protected:
 
     static bool isDragging() { return !qApp->findChildren<QDrag*>().empty(); }
 
+    const QStringList iconPaths = QIcon::themeSearchPaths();
+    const QString iconTheme = QIcon::themeName();
     bool canBlend = true;
     Simulated::SimulatedHost host;
     LedgraSpice spice{{.clock = host.clock,
@@ -759,7 +773,7 @@ TEST_F(LedgraViewsTest, TheSectionCountsAndClears) {
 // Pictures
 
 TEST_F(LedgraViewsTest, ThePicturesOfTheStrip) {
-    QIcon::setThemeName("Adwaita");
+    useIconTheme();
     ShelfView& shelf = openShelf();
     const auto save = [&](const QString& name) {
         for (const bool isBright : {true, false}) {
@@ -802,7 +816,7 @@ TEST_F(LedgraViewsTest, ThePicturesOfTheStrip) {
 }
 
 TEST_F(LedgraViewsTest, ThePicturesOfThePage) {
-    QIcon::setThemeName("Adwaita");
+    useIconTheme();
     openPanel();
     savePage("ledgra-page-empty");
     stageMany();
