@@ -68,8 +68,9 @@ public:
     }
 
 protected:
-    /// The user's window manager may ask; the program decides whether it is there.
-    void closeEvent(QCloseEvent* event) override { event->ignore(); }
+    /// The user's window manager may ask; the program decides whether it is there. When the toolkit ends the
+    /// program, it asks too.
+    void closeEvent(QCloseEvent* event) override { event->setAccepted(!event->spontaneous()); }
 
     /// A click takes the keyboard, also where the window manager gives it to no window of this kind. The
     /// beginning of a drag is no click: whoever drags goes on working elsewhere.

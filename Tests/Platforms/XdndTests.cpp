@@ -104,13 +104,19 @@ protected:
         EXPECT_EQ(around.told(), "over 640 60\nstatus 1000 yes\nfetch 12345\n");
     }
 
+    /// What was asked for; nobody asks for it any more.
+    void arrives(const std::string& list) {
+        around.isFetching = false;
+        target.takeList(list);
+    }
+
     Surroundings around;
     XdndTarget target{around, fileList};
 };
 
 TEST_F(Xdnd, FilesArriveAndTheSourceIsFreeBeforeTheContentHasThem) {
     dropped();
-    target.takeList("file:///a\r\n");
+    arrives("file:///a\r\n");
     EXPECT_EQ(around.told(), "finished 1000 yes\ndrop file:///a\r\n\n");
 }
 
@@ -185,7 +191,7 @@ TEST_F(Xdnd, ARepeatedDropIsFinishedOnce) {
     dropped();
     target.takeDrop({source});
     target.takeDrop({source});
-    target.takeList("files");
+    arrives("files");
     EXPECT_EQ(around.told(), "finished 1000 yes\ndrop files\n");
 }
 
@@ -240,7 +246,7 @@ TEST_F(Xdnd, AnotherDragEndsTheOneBefore) {
     EXPECT_FALSE(around.isFetching);
     target.takePosition(position(other));
     target.takeDrop({other, 0, 7, 0, 0});
-    target.takeList("others");
+    arrives("others");
     EXPECT_EQ(around.told(), "over 640 60\nstatus 2000 yes\nfetch 7\nfinished 2000 yes\ndrop others\n");
 }
 
@@ -269,7 +275,7 @@ TEST_F(Xdnd, AHiddenPanelEndsAllAndStillAnswers) {
     around.whenOver = [] {};
     around.whenDropped = [this] { target.stop(); };
     dropped();
-    target.takeList("files");
+    arrives("files");
     EXPECT_EQ(around.told(), "finished 1000 yes\ndrop files\n");
 }
 
