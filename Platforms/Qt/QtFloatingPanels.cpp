@@ -3,6 +3,7 @@
 #include "Platforms/Qt/ScreenSpace.hpp"
 
 #include <QCloseEvent>
+#include <QDrag>
 #include <QGuiApplication>
 #include <QScreen>
 #include <QVBoxLayout>
@@ -113,10 +114,15 @@ public:
     QtFloatingPanel(const QtFloatingPanel&) = delete;
     QtFloatingPanel& operator=(const QtFloatingPanel&) = delete;
 
-    /// One of its own events may be on the way through the content.
+    /// One of its own events may be on the way through the content, or a drag from it be going on.
     ~QtFloatingPanel() override {
+        QDrag* drag = endDrag();
         widget_->hide();
-        widget_->deleteLater();
+        if (drag) {
+            QObject::connect(drag, &QObject::destroyed, widget_, &QObject::deleteLater);
+        } else {
+            widget_->deleteLater();
+        }
     }
 
     void setOrigin(Point origin) override {
@@ -129,9 +135,22 @@ public:
         widget_->raise();
     }
 
-    void orderOut() override { widget_->hide(); }
+    void orderOut() override {
+        endDrag();
+        widget_->hide();
+    }
 
 private:
+    /// A hidden window has no pointer: a drag from it would never end. What is being dragged, if anything, is
+    /// deleted by the toolkit once whoever began it knows of the end.
+    QDrag* endDrag() const {
+        auto* drag = widget_->findChild<QDrag*>();
+        if (drag) {
+            QDrag::cancel();
+        }
+        return drag;
+    }
+
     PanelWidget* widget_;
     Size size_;
 };

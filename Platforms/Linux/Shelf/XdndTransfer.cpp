@@ -80,7 +80,7 @@ bool XdndTransfer::takeChange(const xcb_property_notify_event_t& change) {
     if (step_ == Step::awaitingPiece && change.atom == property_ &&
         change.state == XCB_PROPERTY_NEW_VALUE) {
         step_ = Step::readingPiece;
-        readSlice();
+        nextSlice_.start(0); // a fast program shall not keep the main loop to itself
     }
     return true;
 }
