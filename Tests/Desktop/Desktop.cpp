@@ -78,6 +78,11 @@ bool holds(const std::function<bool()>& condition, Seconds duration) {
     return !until([&] { return !condition(); }, duration);
 }
 
+void Settings::write(nlohmann::json values) const {
+    values.emplace("ledgra.showShelf", false);
+    writeText(values.dump());
+}
+
 void Settings::writeText(const std::string& text) const {
     fs::create_directories(file().parent_path());
     std::ofstream(file(), std::ios::binary) << text;

@@ -44,7 +44,8 @@ public:
     std::filesystem::path folder() const { return folder_.path(); } // what XDG_CONFIG_HOME is set to
     std::filesystem::path file() const { return folder() / "zorbel" / "settings.json"; }
 
-    void write(const nlohmann::json& values) const { writeText(values.dump()); }
+    /// The shelf lies where other tests look and click: it is off where these values do not say otherwise.
+    void write(nlohmann::json values) const;
     void writeText(const std::string& text) const;
 
     /// An empty object where there is no file, or not a whole one.

@@ -21,7 +21,7 @@ TEST_F(Endings, SignalsOfASessionEndItInGoodOrder) {
     const nlohmann::json stored{{"app.hasLaunched", true},       {"spice.hushel.enabled", true},
                                 {"spice.mordan.enabled", false}, {"spice.pintho.enabled", true},
                                 {"spice.rusket.enabled", true},  {"spice.sivrel.enabled", false},
-                                {"stall.selection", "pintho"}};
+                                {"stall.selection", "pintho"},   {"ledgra.showShelf", false}};
     for (const Row& row : rows) {
         SCOPED_TRACE(row.name);
         settings.write(stored);

@@ -1,4 +1,5 @@
 #include "Tests/Desktop/Desktop.hpp"
+#include "Tests/Desktop/FileWindow.hpp"
 #include "Tests/Desktop/GuestClient.hpp"
 #include "Tests/Desktop/Selection.hpp"
 #include "Tests/TemporaryFolder.hpp"
@@ -45,6 +46,11 @@ std::string dropOf(const std::string& list) {
            QCryptographicHash::hash(bytes, QCryptographicHash::Sha1).toHex().toStdString() + "\n";
 }
 
+std::string contentOf(const std::filesystem::path& path) {
+    std::ifstream stream(path, std::ios::binary);
+    return {std::istreambuf_iterator<char>(stream), {}};
+}
+
 /// A program with a floating panel, and others that drag things onto it and take them from it.
 class ShelfWindow : public testing::Test {
 protected:
@@ -68,6 +74,8 @@ protected:
         static Screen screen;
         return screen;
     }
+
+    std::filesystem::path folder() const { return folder_.path(); }
 
     std::string write(const std::string& content) {
         const auto path = folder_.path() / ("list-" + std::to_string(++files_));
@@ -395,23 +403,13 @@ protected:
         return target;
     }
 
-    /// With the button held, as a hand does.
-    static void carry(QPoint from, QPoint to) {
-        constexpr int steps = 20;
-        for (int step = 1; step <= steps; ++step) {
-            screen().movePointer(from + (to - from) * step / steps);
-            static_cast<void>(holds([] { return true; }, Seconds{0.01}));
-        }
-        Selection::rest();
-    }
-
     /// From the shelf to the target; the button stays down.
     ::testing::AssertionResult begin(Program& shelf) {
         const int before = countOf(shelf.output(), "dragging");
         screen().movePointer(onShelf);
         Selection::rest();
         screen().setButtonDown(true);
-        carry(onShelf, onTarget);
+        carry(screen(), onShelf, onTarget);
         return until([&] { return countOf(shelf.output(), "dragging") == before + 1; })
                    ? ::testing::AssertionSuccess()
                    : ::testing::AssertionFailure() << shelf.output();
@@ -434,11 +432,6 @@ protected:
         EXPECT_TRUE(until([&] { return countOf(good->output(), "data") == 1; })) << good->output();
         EXPECT_EQ(contentOf(file), list);
         EXPECT_TRUE(until([&] { return !selection_.isGoingOn(); }, longestDrag));
-    }
-
-    static std::string contentOf(const std::string& path) {
-        std::ifstream stream(path, std::ios::binary);
-        return {std::istreambuf_iterator<char>(stream), {}};
     }
 
     Selection selection_{screen()};
@@ -489,7 +482,7 @@ TEST_F(ShelfDrags, OnNothingNothingHappens) {
 TEST_F(ShelfDrags, TheShelfsOwnDropIsKnownAsSuch) {
     Program& shelf = openDraggedShelf();
     ASSERT_TRUE(begin(shelf));
-    carry(onTarget, onShelf);
+    carry(screen(), onTarget, onShelf);
     screen().setButtonDown(false);
     EXPECT_TRUE(until([&] { return countOf(shelf.output(), "own drop") == 1; })) << shelf.output();
     expectFreeAgain(shelf);
@@ -509,5 +502,64 @@ TEST_F(ShelfDrags, L7_TheShelfIsClosedInMidDrag) {
     EXPECT_TRUE(until([] { return shelfWindow().has_value(); }));
     expectFreeAgain(shelf);
 }
+
+// With the file managers of two toolkits
+
+class ShelfFileManagers : public ShelfWindow, public testing::WithParamInterface<FileManagerKind> {
+protected:
+    std::filesystem::path newFolder(const std::string& name) const {
+        const auto path = folder() / name;
+        std::filesystem::create_directory(path);
+        return path;
+    }
+
+    static constexpr QRect beside{20, 220, 600, 520};
+};
+
+TEST_P(ShelfFileManagers, L4_FilesComeFromThem) {
+    Program& shelf = openShelf();
+    const auto from = newFolder("where-from");
+    const FileWindow window(screen(), GetParam(), from, beside);
+    ASSERT_TRUE(window.isShown());
+    const QPoint place = window.showFirst("a file.txt", "content");
+    ASSERT_FALSE(place.isNull());
+    dragAndDrop(screen(), place, onShelf);
+    ASSERT_TRUE(until([&] { return countOf(shelf.output(), "drop") == 1; })) << shelf.output();
+    const std::string url = "file://" + from.string() + "/a%20file.txt";
+    const bool isListed = countOf(shelf.output(), dropOf(url + "\r\n")) == 1 ||
+                          countOf(shelf.output(), dropOf(url)) == 1;
+    EXPECT_TRUE(isListed) << shelf.output();
+    EXPECT_TRUE(std::filesystem::exists(from / "a file.txt"));
+}
+
+TEST_P(ShelfFileManagers, L6_FilesGoToThem) {
+    const auto from = newFolder("where-from");
+    const auto to = newFolder("where-to");
+    std::string list;
+    const struct {
+        const char* name;
+        const char* encoded;
+    } rows[]{{"a b", "a%20b"},
+             {"100%", "100%25"},
+             {"#1", "%231"},
+             {"\xC3\xA4\xC3\xB6", "%C3%A4%C3%B6"},
+             {"\xF0\x9F\x98\x80", "%F0%9F%98%80"}};
+    for (const auto& row : rows) {
+        std::ofstream(from / row.name) << row.encoded;
+        list += "file://" + from.string() + "/" + row.encoded + "\r\n";
+    }
+    Program& shelf = openShelf({"drags", write(list)});
+    const FileWindow window(screen(), GetParam(), to, beside);
+    ASSERT_TRUE(window.isShown());
+    dragAndDrop(screen(), onShelf, window.ground());
+    for (const auto& row : rows) {
+        EXPECT_TRUE(until([&] { return contentOf(to / row.name) == row.encoded; })) << row.name;
+        EXPECT_EQ(contentOf(from / row.name), row.encoded);
+    }
+    EXPECT_TRUE(until([&] { return countOf(shelf.output(), "dragged") == 1; })) << shelf.output();
+}
+
+INSTANTIATE_TEST_SUITE_P(Both, ShelfFileManagers,
+                         testing::Values(FileManagerKind::thunar, FileManagerKind::pcmanfm));
 
 } // namespace
