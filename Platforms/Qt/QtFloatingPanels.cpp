@@ -52,9 +52,8 @@ public:
             layout->addWidget(view);
         }
         QObject::connect(qGuiApp, &QGuiApplication::screenRemoved, this, [this] { returnLater(); });
-        QObject::connect(qGuiApp, &QGuiApplication::screenAdded, this, [this](QScreen* screen) {
-            follow(*screen);
-        });
+        QObject::connect(qGuiApp, &QGuiApplication::screenAdded, this,
+                         [this](QScreen* screen) { follow(*screen); });
         for (QScreen* screen : QGuiApplication::screens()) {
             follow(*screen);
         }
@@ -89,7 +88,8 @@ private:
 
     /// Once all is known of a change that concerns several screens.
     void returnLater() {
-        QMetaObject::invokeMethod(this, [this] { returnToAScreen(); }, Qt::QueuedConnection);
+        QMetaObject::invokeMethod(
+            this, [this] { returnToAScreen(); }, Qt::QueuedConnection);
     }
 
     void returnToAScreen() {
@@ -126,8 +126,7 @@ public:
     }
 
     void setOrigin(Point origin) override {
-        widget_->place(
-            fromScreenSpace({origin.x, origin.y, size_.width, size_.height}).topLeft().toPoint());
+        widget_->place(fromScreenSpace({origin.x, origin.y, size_.width, size_.height}).topLeft().toPoint());
     }
 
     void orderFrontRegardless() override {

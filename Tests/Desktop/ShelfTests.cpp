@@ -26,8 +26,8 @@ constexpr QRect shelfPlace{470, 2, 340, 128}; // in the middle of the top of thi
 constexpr QPoint onShelf{640, 66};
 constexpr QPoint onBareDesktop{60, 760};
 constexpr Seconds moment{0.3};
-constexpr int longestDrop = 5500;    // milliseconds until a source is free again
-constexpr Seconds longestDrag{6.0};  // until pointer and keyboard are
+constexpr int longestDrop = 5500;   // milliseconds until a source is free again
+constexpr Seconds longestDrag{6.0}; // until pointer and keyboard are
 
 /// How often a line begins with this text.
 int countOf(const std::string& output, const std::string& text) {
@@ -246,8 +246,8 @@ TEST_F(Shelf, FilesThatComeLastInALongListOfTypesAreFound) {
 TEST_F(Shelf, L5_TextIsRefusedAndItsSourceIsFree) {
     Program& shelf = openShelf();
     for (const char* offer : {"offers:text", "offers:none"}) {
-        const std::string said = drag({offer, "enter", "position", "status", "position", "status", "drop",
-                                       "finished", "quiet"});
+        const std::string said =
+            drag({offer, "enter", "position", "status", "position", "status", "drop", "finished", "quiet"});
         EXPECT_EQ(countOf(said, "status 0"), 2) << said;
         EXPECT_EQ(countOf(said, "finished 0"), 1) << said;
         EXPECT_EQ(countOf(said, "quiet"), 1) << said;
@@ -312,8 +312,7 @@ TEST_F(Shelf, L7_ASourceThatAnswersBadlyIsFreeWithinFiveSeconds) {
 
 TEST_F(Shelf, AnEndlessListIsGivenUp) {
     Program& shelf = openShelf();
-    const std::string said =
-        drag({"answers:endless", "enter", "position", "status", "drop", "finished"});
+    const std::string said = drag({"answers:endless", "enter", "position", "status", "drop", "finished"});
     EXPECT_EQ(countOf(said, "finished 0"), 1) << said;
     EXPECT_LT(millisecondsUntilFinished(said), longestDrop) << said;
     EXPECT_TRUE(isAtRest(shelf));
@@ -323,8 +322,8 @@ TEST_F(Shelf, AnEndlessListIsGivenUp) {
 
 TEST_F(Shelf, ARepeatedDropIsFinishedOnce) {
     Program& shelf = openShelf();
-    const std::string said = drag(
-        {"answers:never", "enter", "position", "status", "drop", "drop", "drop", "asked", "finished", "quiet"});
+    const std::string said = drag({"answers:never", "enter", "position", "status", "drop", "drop", "drop",
+                                   "asked", "finished", "quiet"});
     EXPECT_EQ(countOf(said, "finished 0"), 1) << said;
     EXPECT_EQ(countOf(said, "quiet"), 1) << said;
     EXPECT_TRUE(isAtRest(shelf));
@@ -396,9 +395,8 @@ protected:
     }
 
     std::unique_ptr<Program> openTarget(const std::string& manners, const std::string& file = "") {
-        auto target = std::make_unique<Program>(
-            std::vector<std::string>{DRAG_TARGET, manners, std::to_string(targetCorner.x()),
-                                     std::to_string(targetCorner.y()), file});
+        auto target = std::make_unique<Program>(std::vector<std::string>{
+            DRAG_TARGET, manners, std::to_string(targetCorner.x()), std::to_string(targetCorner.y()), file});
         EXPECT_TRUE(until([&] { return countOf(target->output(), "ready") == 1; }));
         return target;
     }
@@ -418,11 +416,9 @@ protected:
     /// Nobody has the pointer, the drag is over, and the next one works.
     void expectFreeAgain(Program& shelf) {
         EXPECT_TRUE(until([&] { return !selection_.isGoingOn(); }, longestDrag)) << "the pointer is held";
-        EXPECT_TRUE(until(
-            [&] {
-                return countOf(shelf.output(), "dragged") == countOf(shelf.output(), "dragging");
-            },
-            longestDrag))
+        EXPECT_TRUE(
+            until([&] { return countOf(shelf.output(), "dragged") == countOf(shelf.output(), "dragging"); },
+                  longestDrag))
             << shelf.output();
         const auto file = write("");
         const auto good = openTarget("well", file);
@@ -442,9 +438,9 @@ TEST_F(ShelfDrags, L6_L8_TheTargetMisbehavesInEachPhase) {
         const char* manners;
         const char* said; // by the target, before the button is let go
     } rows[]{
-        {"withoutStatus", "position"},  {"refuses", "position"},  {"withoutEnd", "position"},
-        {"endsTwice", "position"},      {"endsLate", "position"}, {"neverAsks", "position"},
-        {"diesOnEnter", "enter"},       {"diesOnPosition", "position"}, {"diesOnDrop", "position"},
+        {"withoutStatus", "position"},   {"refuses", "position"},        {"withoutEnd", "position"},
+        {"endsTwice", "position"},       {"endsLate", "position"},       {"neverAsks", "position"},
+        {"diesOnEnter", "enter"},        {"diesOnPosition", "position"}, {"diesOnDrop", "position"},
         {"diesWhileAsking", "position"},
     };
     Program& shelf = openDraggedShelf();
@@ -526,8 +522,8 @@ TEST_P(ShelfFileManagers, L4_FilesComeFromThem) {
     dragAndDrop(screen(), place, onShelf);
     ASSERT_TRUE(until([&] { return countOf(shelf.output(), "drop") == 1; })) << shelf.output();
     const std::string url = "file://" + from.string() + "/a%20file.txt";
-    const bool isListed = countOf(shelf.output(), dropOf(url + "\r\n")) == 1 ||
-                          countOf(shelf.output(), dropOf(url)) == 1;
+    const bool isListed =
+        countOf(shelf.output(), dropOf(url + "\r\n")) == 1 || countOf(shelf.output(), dropOf(url)) == 1;
     EXPECT_TRUE(isListed) << shelf.output();
     EXPECT_TRUE(std::filesystem::exists(from / "a file.txt"));
 }

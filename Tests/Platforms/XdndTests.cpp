@@ -125,7 +125,8 @@ TEST_F(Xdnd, EveryPositionIsAnswered) {
     for (int turn = 0; turn < 3; ++turn) {
         target.takePosition(position(source, turn, -turn));
     }
-    EXPECT_EQ(around.told(), "over 0 0\nstatus 1000 yes\nover 1 -1\nstatus 1000 yes\nover 2 -2\nstatus 1000 yes\n");
+    EXPECT_EQ(around.told(),
+              "over 0 0\nstatus 1000 yes\nover 1 -1\nstatus 1000 yes\nover 2 -2\nstatus 1000 yes\n");
     target.takeLeave({source});
     EXPECT_EQ(around.told(), "leave\n");
 }

@@ -9,9 +9,9 @@
 #include <QScreen>
 #include <QTest>
 #include <QWindow>
-#include <QtTest/qtestspontaneevent.h>
 #include <gtest/gtest.h>
 
+#include <QtTest/qtestspontaneevent.h>
 #include <memory>
 
 namespace {
@@ -24,7 +24,8 @@ using ZorbelKit::FloatingPanel;
 
 class FloatingPanels : public testing::Test {
 protected:
-    std::unique_ptr<FloatingPanel> make(std::function<void()> pressed = [] {}, bool canBecomeKey = true) {
+    std::unique_ptr<FloatingPanel> make(
+        std::function<void()> pressed = [] {}, bool canBecomeKey = true) {
         return panels.make({.title = "A panel", .size = {340, 128}, .canBecomeKey = canBecomeKey},
                            AnyView([this, pressed = std::move(pressed)](QWidget* parent) -> QWidget* {
                                content = new QWidget(parent);

@@ -133,8 +133,7 @@ void X11DropSite::send(xcb_window_t source, xcb_atom_t type, const XdndTarget::M
 }
 
 void X11DropSite::setEvents(xcb_window_t source, std::uint32_t events) const {
-    const auto sent =
-        xcb_change_window_attributes_checked(connection_, source, XCB_CW_EVENT_MASK, &events);
+    const auto sent = xcb_change_window_attributes_checked(connection_, source, XCB_CW_EVENT_MASK, &events);
     xcb_discard_reply(connection_, sent.sequence);
 }
 
@@ -148,8 +147,8 @@ bool X11DropSite::watch(std::uint32_t source) {
     }
     formerEvents_ = reply->your_event_mask;
     setEvents(source, formerEvents_ | XCB_EVENT_MASK_STRUCTURE_NOTIFY);
-    return owned(xcb_get_window_attributes_reply(
-               connection_, xcb_get_window_attributes(connection_, source), nullptr)) != nullptr;
+    return owned(xcb_get_window_attributes_reply(connection_, xcb_get_window_attributes(connection_, source),
+                                                 nullptr)) != nullptr;
 }
 
 void X11DropSite::unwatch(std::uint32_t source) {
@@ -157,11 +156,9 @@ void X11DropSite::unwatch(std::uint32_t source) {
 }
 
 std::vector<std::uint32_t> X11DropSite::types(std::uint32_t source) {
-    const auto reply =
-        owned(xcb_get_property_reply(connection_,
-                                     xcb_get_property(connection_, 0, source, atoms_.typeList,
-                                                      XCB_ATOM_ATOM, 0, mostTypes),
-                                     nullptr));
+    const auto reply = owned(xcb_get_property_reply(
+        connection_, xcb_get_property(connection_, 0, source, atoms_.typeList, XCB_ATOM_ATOM, 0, mostTypes),
+        nullptr));
     if (!reply || reply->format != 32) {
         return {};
     }

@@ -76,8 +76,8 @@ private:
         // and make it as wide as the screen. It gets none of it to see.
         const std::uint32_t isUnmanaged = canStayAbove(connection_) ? 0 : 1;
         xcb_change_window_attributes(connection_, window(), XCB_CW_OVERRIDE_REDIRECT, &isUnmanaged);
-        // The first that the manager knows counts. Notifications are above full-screen windows, where any are,
-        // and both stay at the place that they ask for.
+        // The first that the manager knows counts. Notifications are above full-screen windows, where any
+        // are, and both stay at the place that they ask for.
         setAtoms("_NET_WM_WINDOW_TYPE", {"_NET_WM_WINDOW_TYPE_NOTIFICATION", "_NET_WM_WINDOW_TYPE_DOCK"});
         setAtoms("_NET_WM_STATE", {"_NET_WM_STATE_ABOVE", "_NET_WM_STATE_STICKY",
                                    "_NET_WM_STATE_SKIP_TASKBAR", "_NET_WM_STATE_SKIP_PAGER"});

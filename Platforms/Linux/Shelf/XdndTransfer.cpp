@@ -77,8 +77,7 @@ bool XdndTransfer::takeChange(const xcb_property_notify_event_t& change) {
     if (step_ == Step::idle || change.window != window_) {
         return false;
     }
-    if (step_ == Step::awaitingPiece && change.atom == property_ &&
-        change.state == XCB_PROPERTY_NEW_VALUE) {
+    if (step_ == Step::awaitingPiece && change.atom == property_ && change.state == XCB_PROPERTY_NEW_VALUE) {
         step_ = Step::readingPiece;
         nextSlice_.start(0); // a fast program shall not keep the main loop to itself
     }
@@ -88,10 +87,9 @@ bool XdndTransfer::takeChange(const xcb_property_notify_event_t& change) {
 /// The last slice takes the property away, by which a program that sends pieces knows that the next is
 /// wanted.
 void XdndTransfer::readSlice() {
-    const auto reply = owned(xcb_get_property_reply(connection_,
-                                                    xcb_get_property(connection_, 1, window_, property_,
-                                                                     XCB_ATOM_ANY, offset_ / 4, slice / 4),
-                                                    nullptr));
+    const auto reply = owned(xcb_get_property_reply(
+        connection_,
+        xcb_get_property(connection_, 1, window_, property_, XCB_ATOM_ANY, offset_ / 4, slice / 4), nullptr));
     if (!reply) {
         end(std::nullopt);
         return;

@@ -14,7 +14,7 @@ namespace Linux {
 /// it. Lives on the toolkit's connection to the server and is handed its events.
 class XdndTransfer {
 public:
-    static constexpr int longest = 5000;                                // milliseconds, all in all
+    static constexpr int longest = 5000;                               // milliseconds, all in all
     static constexpr std::size_t most = std::size_t{64} * 1024 * 1024; // bytes
 
     /// `ended` is told once of each fetch that is not stopped: what was fetched, or that it was not to be

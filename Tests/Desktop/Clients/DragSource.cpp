@@ -203,8 +203,8 @@ private:
             // says that it is there, and writes nothing
         } else if (answering_ == "withNumbers") {
             const std::array<std::uint32_t, 3> numbers{1, 2, 3};
-            xcb_change_property(get(), XCB_PROP_MODE_REPLACE, request.requestor, property, request.target,
-                                32, 3, numbers.data());
+            xcb_change_property(get(), XCB_PROP_MODE_REPLACE, request.requestor, property, request.target, 32,
+                                3, numbers.data());
         } else if (answering_ == "whole") {
             write(request.requestor, property, request.target, content_);
         } else { // in pieces

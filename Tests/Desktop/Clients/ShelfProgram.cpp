@@ -99,7 +99,8 @@ protected:
     }
 
     void mouseMoveEvent(QMouseEvent* event) override {
-        if (dragged_.isEmpty() || (event->pos() - start_).manhattanLength() < QApplication::startDragDistance()) {
+        if (dragged_.isEmpty() ||
+            (event->pos() - start_).manhattanLength() < QApplication::startDragDistance()) {
             return;
         }
         auto* drag = new QDrag(this);
