@@ -95,6 +95,16 @@ void FileWindow::selectAll() const {
     Selection::rest();
 }
 
+void FileWindow::take(QPoint from) const {
+    dragAndDrop(screen_, from, ground());
+    if (kind_ == FileManagerKind::pcmanfm) { // asks with a menu what shall be done
+        const Selection menu(screen_);
+        static_cast<void>(until([&] { return holds([&] { return menu.isGoingOn(); }, Seconds{0.3}); }));
+        screen_.press(XK_Down);
+        screen_.press(XK_Return);
+    }
+}
+
 void carry(const Screen& screen, QPoint from, QPoint to) {
     constexpr int steps = 25;
     for (int step = 1; step <= steps; ++step) {

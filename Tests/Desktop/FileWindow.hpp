@@ -32,6 +32,9 @@ public:
     [[nodiscard]] bool isSettled() const;
 
     void selectAll() const;
+
+    /// Drags what lies there into the folder, to be copied.
+    void take(QPoint from) const;
     void kill() { program_.send(9); }
 
 private:

@@ -138,7 +138,7 @@ TEST_P(LedgraFileManagers, L4_L6_L12_FilesTravelFromOneToTheOther) {
     for (const std::string& name : names) {
         SCOPED_TRACE(name);
         ASSERT_TRUE(shelfSays(name));
-        dragAndDrop(screen(), onShelf(name)->frame().center(), target.ground());
+        target.take(onShelf(name)->frame().center());
         EXPECT_TRUE(until([&] { return contentOf(to / name) == name; }));
         EXPECT_EQ(contentOf(from / name), name) << "it is a copy";
         EXPECT_TRUE(shelfSays(name)) << "it stays on the shelf";

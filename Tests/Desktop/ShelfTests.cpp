@@ -547,7 +547,7 @@ TEST_P(ShelfFileManagers, L6_FilesGoToThem) {
     Program& shelf = openShelf({"drags", write(list)});
     const FileWindow window(screen(), GetParam(), to, beside);
     ASSERT_TRUE(window.isShown());
-    dragAndDrop(screen(), onShelf, window.ground());
+    window.take(onShelf);
     for (const auto& row : rows) {
         EXPECT_TRUE(until([&] { return contentOf(to / row.name) == row.encoded; })) << row.name;
         EXPECT_EQ(contentOf(from / row.name), row.encoded);
