@@ -4,6 +4,7 @@
 
 #include <X11/keysym.h>
 #include <fstream>
+#include <optional>
 #include <utility>
 
 namespace Desktop {
@@ -97,11 +98,22 @@ void FileWindow::selectAll() const {
 
 void FileWindow::take(QPoint from) const {
     dragAndDrop(screen_, from, ground());
-    if (kind_ == FileManagerKind::pcmanfm) { // asks with a menu what shall be done
-        const Selection menu(screen_);
-        static_cast<void>(until([&] { return holds([&] { return menu.isGoingOn(); }, Seconds{0.3}); }));
-        screen_.press(XK_Down);
-        screen_.press(XK_Return);
+    if (kind_ != FileManagerKind::pcmanfm) {
+        return;
+    }
+    constexpr QPoint copyHere{40, 12}; // in the menu that asks what shall be done
+    std::optional<Window> menu;
+    static_cast<void>(until([&] {
+        for (const Window& each : screen_.windows()) {
+            if (!each.isManaged && each.className.startsWith("pcmanfm")) {
+                menu = each;
+            }
+        }
+        return menu.has_value();
+    }));
+    if (menu) {
+        Selection::rest();
+        screen_.click(menu->frame.topLeft() + copyHere);
     }
 }
 
