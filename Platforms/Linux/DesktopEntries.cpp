@@ -93,6 +93,10 @@ std::optional<DesktopEntries::Entry> DesktopEntries::withId(std::string_view id)
     return found == byId_.end() ? std::nullopt : std::optional(found->second);
 }
 
+bool DesktopEntries::hasTwin(std::string_view id) const {
+    return twins_.contains(lowered(id));
+}
+
 std::vector<fs::path> DesktopEntries::standardFolders() {
     const auto value = [](const char* name, const std::string& otherwise) {
         const char* found = std::getenv(name);
@@ -164,6 +168,7 @@ void DesktopEntries::readFile(const fs::path& file) {
     const bool isFirst =
         byId_.try_emplace(lowered(id), Entry{id, name, ZorbelKit::utf8::repaired(icon)}).second;
     if (!isFirst) {
+        twins_.insert(lowered(id));
         return;
     }
     if (!windowClass.empty()) {

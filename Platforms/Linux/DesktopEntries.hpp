@@ -3,6 +3,7 @@
 #include <filesystem>
 #include <map>
 #include <optional>
+#include <set>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -34,6 +35,9 @@ public:
     /// The program with this id, upper or lower case.
     std::optional<Entry> withId(std::string_view id) const;
 
+    /// Whether several folders have a file of this id, of which the most important counts.
+    bool hasTwin(std::string_view id) const;
+
     /// The folders of the XDG base directories, as the environment names them.
     static std::vector<std::filesystem::path> standardFolders();
 
@@ -51,6 +55,7 @@ private:
     std::vector<std::string> suffixes_; // of the keys with a translation, the best first
     std::vector<std::optional<std::filesystem::file_time_type>> changed_; // each folder
     std::map<std::string, Entry, std::less<>> byId_;                      // in lower case
+    std::set<std::string, std::less<>> twins_; // ids in lower case
     // To ids, all in lower case.
     std::map<std::string, std::string, std::less<>> byClass_; // from StartupWMClass
     std::map<std::string, std::string, std::less<>> byPart_;  // from the last part of an id

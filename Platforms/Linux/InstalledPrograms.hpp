@@ -1,15 +1,17 @@
 #pragma once
 
 #include "Platforms/Linux/DesktopEntries.hpp"
+#include "Platforms/Linux/Windows/ApplicationIdentity.hpp"
 #include "ZorbelKit/Host/MainLoop.hpp"
 #include "ZorbelKit/Lifetime.hpp"
 
+#include <chrono>
 #include <filesystem>
+#include <future>
 #include <memory>
 #include <optional>
 #include <string>
 #include <string_view>
-#include <utility>
 #include <vector>
 
 namespace Linux {
@@ -23,22 +25,36 @@ public:
     InstalledPrograms(ZorbelKit::MainLoop& loop, std::vector<std::filesystem::path> folders,
                       std::string locale);
 
-    /// The program of a window, by the two halves of its class. A window of another class than that of the
-    /// last question has it look whether programs have been installed or removed since.
-    std::optional<DesktopEntries::Entry> ofWindow(const std::string& className, const std::string& instance);
+    /// The program of a window. Other clues than those of the last question have it look whether programs
+    /// have been installed or removed since.
+    std::optional<ApplicationIdentity> ofWindow(const WindowClues& clues);
 
     std::optional<DesktopEntries::Entry> withId(std::string_view id) const;
 
-private:
-    void find();
+    /// As they were read last; null until they are.
+    const std::shared_ptr<const DesktopEntries>& entries() const { return entries_; }
+
+    /// Looks whether programs have been installed or removed, or reads them for the first time.
     void look();
+
+    /// Waits until they have been read once, but no longer than that.
+    void waitForFirst(std::chrono::milliseconds most);
+
+private:
+    struct FirstReading {
+        std::promise<std::shared_ptr<const DesktopEntries>> promise{};
+        std::future<std::shared_ptr<const DesktopEntries>> result = promise.get_future();
+    };
+
+    void find();
 
     ZorbelKit::MainLoop& loop_;
     const std::vector<std::filesystem::path> folders_;
     const std::string locale_;
-    std::shared_ptr<const DesktopEntries> entries_;            // null until they are read
-    std::optional<std::pair<std::string, std::string>> asked_; // the class of the last question
-    std::optional<DesktopEntries::Entry> answer_;              // to it
+    std::shared_ptr<const DesktopEntries> entries_; // null until they are read
+    std::shared_ptr<FirstReading> first_;           // null before it, and once it is over
+    std::optional<WindowClues> asked_;              // the last time
+    std::optional<ApplicationIdentity> answer_;     // to it
     bool isLooking_ = false;
     ZorbelKit::Lifetime lifetime_;
 };

@@ -1,26 +1,13 @@
 #include "Platforms/Linux/X11Workspace.hpp"
 
 #include "Platforms/Linux/SingleInstance.hpp"
-#include "ZorbelKit/Utf8.hpp"
 
 #include <QLocale>
 #include <unistd.h>
 
-#include <algorithm>
 #include <string>
 
 namespace Linux {
-
-namespace {
-
-std::string lowered(std::string text) {
-    std::ranges::transform(text, text.begin(), [](char character) {
-        return character >= 'A' && character <= 'Z' ? static_cast<char>(character - 'A' + 'a') : character;
-    });
-    return text;
-}
-
-} // namespace
 
 X11Workspace::X11Workspace(ZorbelKit::MainLoop& loop, const EwmhDesktop& desktop)
     : desktop_(desktop)
@@ -33,20 +20,24 @@ std::optional<ZorbelKit::RunningApplication> X11Workspace::frontmostApplication(
         return std::nullopt;
     }
     ZorbelKit::RunningApplication application{.processIdentifier = window->pid};
-    const std::string windowClass =
-        ZorbelKit::utf8::repaired(window->className.empty() ? window->instance : window->className);
-    const auto entry = programs_.ofWindow(window->className, window->instance);
-    if (entry) {
-        application.bundleIdentifier = entry->id;
-        application.localizedName = entry->name;
-    } else if (!windowClass.empty()) {
-        application.bundleIdentifier = lowered(windowClass);
-        application.localizedName = windowClass; // better than none
-    }
-    if (window->pid == ::getpid()) {
-        application.bundleIdentifier = applicationId; // no desktop file may be installed
+    if (const auto identity = programs_.ofWindow(cluesOf(*window))) {
+        application.bundleIdentifier = identity->id;
+        application.localizedName = identity->name;
     }
     return application;
+}
+
+/// A process is looked at once for a window that stays in front, whatever title it gets.
+const WindowClues& X11Workspace::cluesOf(const EwmhDesktop::ActiveWindow& window) const {
+    const Asked asked{window.id, window.pid};
+    if (asked_ != asked) {
+        clues_.process = window.isRemote ? ProcessFacts{} : processFacts(window.pid);
+        clues_.isOurs = !window.isRemote && window.pid == ::getpid();
+        asked_ = asked;
+    }
+    clues_.gtkApplication = window.gtkApplication;
+    clues_.windowClass = window.windowClass;
+    return clues_;
 }
 
 std::optional<std::string> X11Workspace::iconOf(const std::string& bundleIdentifier) const {

@@ -12,16 +12,26 @@ class X11Workspace : public ZorbelKit::Workspace {
 public:
     X11Workspace(ZorbelKit::MainLoop& loop, const EwmhDesktop& desktop);
 
-    /// Known by the id of its desktop file where that is found by the class of its window, else by that class
-    /// in lower case.
+    /// Known as `applicationIdentity` has it.
     std::optional<ZorbelKit::RunningApplication> frontmostApplication() const override;
 
     std::optional<std::string> iconOf(const std::string& bundleIdentifier) const override;
     std::optional<std::string> ownBundleIdentifier() const override;
 
 private:
+    struct Asked {
+        std::uint32_t window = 0;
+        std::int64_t pid = 0;
+        bool operator==(const Asked&) const = default;
+    };
+
+    const WindowClues& cluesOf(const EwmhDesktop::ActiveWindow& window) const;
+
     const EwmhDesktop& desktop_;
-    mutable InstalledPrograms programs_; // what is known of them, not what is in front
+    // What is known of programs, not what is in front.
+    mutable InstalledPrograms programs_;
+    mutable std::optional<Asked> asked_; // whose process was looked at last
+    mutable WindowClues clues_;
 };
 
 } // namespace Linux

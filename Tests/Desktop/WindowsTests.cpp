@@ -573,18 +573,32 @@ TEST_F(Windows, P19_TheProcessIsTheOneTheServerKnows) {
         << "our own windows are known as ours";
 }
 
-TEST_F(Windows, P19_AProgramIsKnownByItsClass) {
-    Program terminal({"xterm", "-class", "ZorbelGuest", "-name", "guest"}, unread());
+#ifdef GTK_WINDOW_PROGRAM
+
+TEST_F(Windows, P19_AProgramThatIsNotInstalledIsKnownByItsClass) {
+    Program program({GTK_WINDOW_PROGRAM}, unread());
     ASSERT_TRUE(until([&] {
         const auto active = desktop.activeWindow();
-        return active && active->pid == terminal.pid();
-    })) << terminal.output();
+        return active && active->pid == program.pid();
+    })) << program.output();
     const auto front = workspace.frontmostApplication();
     ASSERT_TRUE(front);
-    EXPECT_EQ(front->processIdentifier, terminal.pid());
-    EXPECT_EQ(front->bundleIdentifier, "zorbelguest");
-    EXPECT_EQ(front->localizedName, "ZorbelGuest");
-    EXPECT_EQ(workspace.iconOf("zorbelguest"), std::nullopt);
+    EXPECT_EQ(front->processIdentifier, program.pid());
+    EXPECT_EQ(front->bundleIdentifier, "gtk_window_program");
+    EXPECT_EQ(front->localizedName, "Gtk_window_program");
+    EXPECT_EQ(workspace.iconOf("gtk_window_program"), std::nullopt);
+}
+
+#endif
+
+TEST_F(Windows, P19_AProgramWithAClassOfItsUsersOwnIsKnownByWhatItRuns) {
+    Program terminal({"xterm", "-class", "ZorbelGuest", "-name", "guest"}, unread());
+    ASSERT_TRUE(until([&] {
+        const auto front = workspace.frontmostApplication();
+        return front && front->processIdentifier == terminal.pid() &&
+               front->bundleIdentifier == "debian-xterm";
+    })) << terminal.output();
+    EXPECT_EQ(workspace.frontmostApplication()->localizedName, "XTerm");
 }
 
 TEST(WindowsOfABareServer, P20_AWindowManagerIsFollowedThroughItsLife) {

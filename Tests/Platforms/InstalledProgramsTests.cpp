@@ -32,8 +32,9 @@ protected:
     }
 
     std::string nameOf(const std::string& className, const std::string& instance = "") {
-        const auto entry = programs->ofWindow(className, instance);
-        return entry ? entry->name : "unknown";
+        const auto entries = programs->entries();
+        const auto known = programs->ofWindow({.windowClass = {instance, className}});
+        return known && entries && entries->withId(known->id) ? known->name : "unknown";
     }
 
 private:

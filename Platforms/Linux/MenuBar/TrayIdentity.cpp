@@ -1,5 +1,6 @@
 #include "Platforms/Linux/MenuBar/TrayIdentity.hpp"
 
+#include "Platforms/Linux/ProcessFacts.hpp"
 #include "Platforms/Linux/RegularFile.hpp"
 
 #include <algorithm>
@@ -14,7 +15,6 @@ namespace {
 constexpr std::size_t longestIdentity = 200; // bytes
 constexpr std::size_t longestProgram = 80;   // bytes of it
 constexpr std::size_t longestCommand = 4096;
-constexpr std::size_t longestSandboxFile = 8192;
 
 bool isDigit(char character) {
     return character >= '0' && character <= '9';
@@ -121,61 +121,11 @@ std::string scriptName(const Interpreter& interpreter, std::string_view commandL
     return {};
 }
 
-std::string executableName(const std::string& folder) {
-    constexpr std::string_view deleted = " (deleted)"; // replaced while it runs, by an update
-    std::array<char, longestCommand> target{};
-    const ssize_t length = ::readlink((folder + "/exe").c_str(), target.data(), target.size());
-    if (length <= 0) {
-        return {};
-    }
-    std::string_view path(target.data(), static_cast<std::size_t>(length));
-    if (path.ends_with(deleted)) {
-        path.remove_suffix(deleted.size());
-    }
-    return std::string(path.substr(path.rfind('/') + 1));
-}
-
 /// The name the process gives itself, where its executable is another user's.
 std::string commandName(const std::string& folder) {
     constexpr std::size_t longestName = 64; // bytes; the kernel gives 15
     const std::string text = readRegularFile(folder + "/comm", longestName).value_or(std::string());
     return text.substr(0, text.find('\n'));
-}
-
-std::string_view trimmed(std::string_view text) {
-    constexpr std::string_view blanks = " \t\r";
-    const std::size_t first = text.find_first_not_of(blanks);
-    if (first == std::string_view::npos) {
-        return {};
-    }
-    return text.substr(first, text.find_last_not_of(blanks) - first + 1);
-}
-
-/// The identifier of a sandboxed application; empty for a process that is in no such sandbox. What lies in
-/// the sandbox is the process's own making.
-std::string sandboxedApplication(const std::string& folder) {
-    const auto text = readRegularFile(folder + "/root/.flatpak-info", longestSandboxFile, LastLink::refuse);
-    if (!text) {
-        return {};
-    }
-    constexpr std::string_view key = "name";
-    const auto isIdentifierPart = [](char each) {
-        return isDigit(each) || (each >= 'a' && each <= 'z') || (each >= 'A' && each <= 'Z') || each == '.' ||
-               each == '-' || each == '_';
-    };
-    bool isInSection = false;
-    for (const std::string_view part : parts(*text, '\n')) {
-        const std::string_view line = trimmed(part);
-        const std::size_t equals = line.find('=');
-        if (line.starts_with('[')) {
-            isInSection = line == "[Application]";
-        } else if (isInSection && equals != std::string_view::npos &&
-                   trimmed(line.substr(0, equals)) == key) {
-            const std::string_view name = trimmed(line.substr(equals + 1));
-            return std::ranges::all_of(name, isIdentifierPart) ? std::string(name) : std::string();
-        }
-    }
-    return {};
 }
 
 /// How many bytes the character at the start of a text takes; 0 where that is no UTF-8.
@@ -244,7 +194,7 @@ ProcessIdentity processIdentity(int pid, const std::string& procFolder) {
         return identity;
     }
     const std::string folder = procFolder + "/" + std::to_string(pid);
-    identity.program = sandboxedApplication(folder);
+    identity.program = flatpakIdentifier(folder);
     if (!identity.program.empty()) {
         return identity;
     }

@@ -13,15 +13,21 @@ namespace {
 
 constexpr std::array<std::string_view, static_cast<std::size_t>(DesktopName::count)> desktopNames{
     "_NET_ACTIVE_WINDOW",
+    "WM_CHANGE_STATE",
+    "WM_CLIENT_LEADER",
     "_NET_CLIENT_LIST",
     "_NET_CURRENT_DESKTOP",
     "_NET_FRAME_EXTENTS",
     "_NET_WM_STATE_FULLSCREEN",
+    "_GTK_APPLICATION_ID",
     "_GTK_FRAME_EXTENTS",
     "_GTK_WORKAREAS",
+    "WM_STATE",
     "_NET_WM_STATE_MAXIMIZED_HORZ",
     "_NET_WM_STATE_MAXIMIZED_VERT",
     "_NET_MOVERESIZE_WINDOW",
+    "_NET_WM_STATE_HIDDEN",
+    "_NET_WM_STATE_SKIP_TASKBAR",
     "_NET_WM_STRUT",
     "_NET_WM_STRUT_PARTIAL",
     "_NET_SUPPORTED",
@@ -32,9 +38,20 @@ constexpr std::array<std::string_view, static_cast<std::size_t>(DesktopName::cou
     "_NET_WM_PID",
     "_NET_WM_STATE",
     "_NET_WM_WINDOW_TYPE",
+    "_NET_WM_WINDOW_TYPE_COMBO",
     "_NET_WM_WINDOW_TYPE_DESKTOP",
+    "_NET_WM_WINDOW_TYPE_DIALOG",
     "_NET_WM_WINDOW_TYPE_DOCK",
+    "_NET_WM_WINDOW_TYPE_DND",
+    "_NET_WM_WINDOW_TYPE_DROPDOWN_MENU",
+    "_NET_WM_WINDOW_TYPE_MENU",
+    "_NET_WM_WINDOW_TYPE_NORMAL",
+    "_NET_WM_WINDOW_TYPE_NOTIFICATION",
+    "_NET_WM_WINDOW_TYPE_POPUP_MENU",
     "_NET_WM_WINDOW_TYPE_SPLASH",
+    "_NET_WM_WINDOW_TYPE_TOOLBAR",
+    "_NET_WM_WINDOW_TYPE_TOOLTIP",
+    "_NET_WM_WINDOW_TYPE_UTILITY",
     "_NET_WORKAREA",
 };
 
@@ -46,7 +63,7 @@ bool isAtLeast(std::uint32_t major, std::uint32_t minor, std::uint32_t wantedMin
 
 } // namespace
 
-std::unique_ptr<DesktopConnection> DesktopConnection::open(const char* display) {
+std::unique_ptr<DesktopConnection> DesktopConnection::open(const char* display, News news) {
     int screenNumber = 0;
     Connection connection(xcb_connect(display, &screenNumber));
     if (xcb_connection_has_error(connection.get())) {
@@ -60,9 +77,11 @@ std::unique_ptr<DesktopConnection> DesktopConnection::open(const char* display) 
     std::unique_ptr<DesktopConnection> result(new DesktopConnection(std::move(connection), root));
     xcb_prefetch_extension_data(result->get(), &xcb_randr_id);
     xcb_prefetch_extension_data(result->get(), &xcb_res_id);
-    result->select(root, newsMask);
+    if (news == News::sent) {
+        result->select(root, newsMask);
+    }
     result->readNames();
-    result->readExtensions();
+    result->readExtensions(news);
     return result->isLost() ? nullptr : std::move(result);
 }
 
@@ -85,7 +104,7 @@ void DesktopConnection::readNames() {
     }
 }
 
-void DesktopConnection::readExtensions() {
+void DesktopConnection::readExtensions(News news) {
     const auto* monitors = xcb_get_extension_data(get(), &xcb_randr_id);
     const auto* resources = xcb_get_extension_data(get(), &xcb_res_id);
     if (monitors && monitors->present) {
@@ -93,9 +112,12 @@ void DesktopConnection::readExtensions() {
             owned(xcb_randr_query_version_reply(get(), xcb_randr_query_version(get(), 1, 5), nullptr));
         if (version && isAtLeast(version->major_version, version->minor_version, 5)) {
             monitorEvents_ = monitors->first_event;
-            xcb_randr_select_input(get(), root_,
-                                   XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE | XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
-                                       XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+            if (news == News::sent) {
+                xcb_randr_select_input(get(), root_,
+                                       XCB_RANDR_NOTIFY_MASK_SCREEN_CHANGE |
+                                           XCB_RANDR_NOTIFY_MASK_CRTC_CHANGE |
+                                           XCB_RANDR_NOTIFY_MASK_OUTPUT_CHANGE);
+            }
         }
     }
     if (resources && resources->present) {

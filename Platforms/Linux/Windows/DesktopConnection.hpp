@@ -15,15 +15,21 @@ namespace Linux {
 /// The names that a desktop is described with.
 enum class DesktopName : std::size_t {
     activeWindow,
+    changeState,
+    clientLeader,
     clientList,
     currentDesktop,
     frameExtents,
     fullscreen,
+    gtkApplication,
     gtkFrameExtents,
     gtkWorkAreas,
+    managedState,
     maximisedHorizontally,
     maximisedVertically,
     moveResizeWindow,
+    stateHidden,
+    stateSkipsTaskbar,
     strut,
     strutPartial,
     supported,
@@ -34,9 +40,20 @@ enum class DesktopName : std::size_t {
     windowPid,
     windowState,
     windowType,
+    windowTypeCombo,
     windowTypeDesktop,
+    windowTypeDialog,
     windowTypeDock,
+    windowTypeDragged,
+    windowTypeDropdown,
+    windowTypeMenu,
+    windowTypeNormal,
+    windowTypeNotification,
+    windowTypePopup,
     windowTypeSplash,
+    windowTypeToolbar,
+    windowTypeTooltip,
+    windowTypeUtility,
     workArea,
     count
 };
@@ -49,8 +66,11 @@ enum class Interest : std::uint8_t { manager = 1, active = 2, panel = 4, placeme
 /// may be gone at any time: then the answer is empty. One thread at a time.
 class DesktopConnection {
 public:
+    /// Whether the server sends news of the desktop and of its monitors, which somebody has to take then.
+    enum class News { sent, none };
+
     /// Null where the server cannot be reached.
-    static std::unique_ptr<DesktopConnection> open(const char* display);
+    static std::unique_ptr<DesktopConnection> open(const char* display, News news = News::sent);
 
     DesktopConnection(const DesktopConnection&) = delete;
     DesktopConnection& operator=(const DesktopConnection&) = delete;
@@ -121,7 +141,7 @@ private:
         , root_(root) {}
 
     void readNames();
-    void readExtensions();
+    void readExtensions(News news);
     void select(xcb_window_t window, std::uint32_t events) const;
 
     static constexpr std::size_t knownDesktops = 10;

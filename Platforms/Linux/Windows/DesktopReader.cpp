@@ -40,13 +40,6 @@ std::string cut(const std::string& text) {
     return ZorbelKit::utf8::repaired(text.substr(0, text.size() - rest.size()));
 }
 
-/// The two halves of WM_CLASS: the window's own name, and that of its program.
-std::pair<std::string, std::string> halves(const std::string& both) {
-    const std::size_t end = std::min(both.find('\0'), both.size());
-    const std::string second = both.substr(std::min(end + 1, both.size()));
-    return {both.substr(0, end), second.substr(0, second.find('\0'))};
-}
-
 } // namespace
 
 void readFrame(const DesktopConnection& connection, const DesktopConnection::Place& place,
@@ -117,6 +110,8 @@ void ActiveWindowReader::askSecond() {
     connection_.watch(window_, Interest::active);
     questions_ = {.type = connection_.ask(window_, DesktopName::windowType),
                   .pid = connection_.ask(window_, DesktopName::windowPid, 1),
+                  .machine = connection_.ask(window_, XCB_ATOM_WM_CLIENT_MACHINE),
+                  .gtkApplication = connection_.ask(window_, DesktopName::gtkApplication),
                   .windowClass = connection_.ask(window_, XCB_ATOM_WM_CLASS),
                   .name = connection_.ask(window_, DesktopName::windowName),
                   .legacyName = connection_.ask(window_, XCB_ATOM_WM_NAME),
@@ -138,14 +133,16 @@ void ActiveWindowReader::take() {
     }
     // Every answer is taken, wanted or not: those that are not would be kept for ever.
     const auto place = connection_.place(questions_.place);
-    const auto [instance, className] = halves(connection_.text(questions_.windowClass).bytes);
+    const auto names = windowClass(connection_.text(questions_.windowClass).bytes);
+    const std::string gtkApplication = connection_.text(questions_.gtkApplication).bytes;
+    const bool isRemote = !isOnThisMachine(connection_.text(questions_.machine).bytes);
     const bool isPart = isPartOfDesktop(connection_.numbers(questions_.type));
     const auto attributes =
         owned(xcb_get_window_attributes_reply(connection_.get(), questions_.attributes, nullptr));
     WindowShape shape;
     const auto frame = connection_.numbers(questions_.frame);
     shape.shadow = edges(connection_.numbers(questions_.shadow));
-    Active active{window_, processOf(), instance, className, titleOf(), {}};
+    Active active{window_, processOf(), isRemote, gtkApplication, names, titleOf(), {}};
     if (!place || !attributes) {
         connection_.forget(window_);
         return;

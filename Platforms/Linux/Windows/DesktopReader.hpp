@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Platforms/Linux/Windows/ApplicationIdentity.hpp"
 #include "Platforms/Linux/Windows/DesktopConnection.hpp"
 #include "Platforms/Linux/Windows/Monitors.hpp"
 #include "Platforms/Linux/Windows/WindowShape.hpp"
@@ -59,8 +60,9 @@ public:
     struct Active {
         xcb_window_t id = XCB_NONE;
         std::int64_t pid = 0;
-        std::string instance;
-        std::string className;
+        bool isRemote = false; // its program runs on another machine, whatever number it has there
+        std::string gtkApplication;
+        WindowClass windowClass;
         std::string title;
         PixelRect visible;
     };
@@ -80,7 +82,8 @@ private:
     std::string titleOf() const;
 
     struct Questions {
-        xcb_get_property_cookie_t type, pid, windowClass, name, legacyName, frame, shadow;
+        xcb_get_property_cookie_t type, pid, machine, gtkApplication, windowClass, name, legacyName, frame,
+            shadow;
         DesktopConnection::PlaceQuestion place;
         xcb_get_window_attributes_cookie_t attributes;
         std::optional<xcb_res_query_client_ids_cookie_t> process;

@@ -102,8 +102,9 @@ std::optional<EwmhDesktop::ActiveWindow> EwmhDesktop::Desktop::activeWindow() {
     if (!active) {
         return std::nullopt;
     }
-    return ActiveWindow{active->id,        active->pid,   active->instance,
-                        active->className, active->title, windowRect(active->visible)};
+    return ActiveWindow{
+        active->id,          active->pid,   active->isRemote,           active->gtkApplication,
+        active->windowClass, active->title, windowRect(active->visible)};
 }
 
 std::optional<WindowRect> EwmhDesktop::Desktop::visible(xcb_window_t window) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Pintho/Accessibility.hpp"
+#include "Platforms/Linux/Windows/ApplicationIdentity.hpp"
 #include "ZorbelKit/Host/MainLoop.hpp"
 #include "ZorbelKit/Host/Screens.hpp"
 
@@ -22,9 +23,10 @@ public:
     /// ours.
     struct ActiveWindow {
         std::uint32_t id = 0;
-        std::int64_t pid = 0; // of its process where that is known, else 0
-        std::string instance; // the two halves of WM_CLASS
-        std::string className;
+        std::int64_t pid = 0;       // of its process where that is known, else 0
+        bool isRemote = false;      // that runs on another machine, whatever number it has there
+        std::string gtkApplication; // _GTK_APPLICATION_ID
+        WindowClass windowClass;
         std::string title;          // UTF-8; empty where it has none
         Pintho::WindowRect visible; // without shadows, with the frame
         bool operator==(const ActiveWindow&) const = default;
