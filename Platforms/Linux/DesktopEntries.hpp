@@ -55,7 +55,7 @@ private:
     std::vector<std::string> suffixes_; // of the keys with a translation, the best first
     std::vector<std::optional<std::filesystem::file_time_type>> changed_; // each folder
     std::map<std::string, Entry, std::less<>> byId_;                      // in lower case
-    std::set<std::string, std::less<>> twins_; // ids in lower case
+    std::set<std::string, std::less<>> twins_;                            // ids in lower case
     // To ids, all in lower case.
     std::map<std::string, std::string, std::less<>> byClass_; // from StartupWMClass
     std::map<std::string, std::string, std::less<>> byPart_;  // from the last part of an id

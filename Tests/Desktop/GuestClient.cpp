@@ -36,7 +36,9 @@ xcb_window_t GuestClient::open(const Manners& manners) const {
     }
     setText(window, XCB_ATOM_WM_CLASS, XCB_ATOM_STRING, std::string("guest\0Guest", 12));
     setText(window, XCB_ATOM_WM_NAME, XCB_ATOM_STRING, "A guest");
-    xcb_map_window(get(), window);
+    if (manners.isShown) {
+        xcb_map_window(get(), window);
+    }
     settle();
     return window;
 }

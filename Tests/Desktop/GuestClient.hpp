@@ -23,6 +23,7 @@ struct Manners {
     bool isOverrideRedirect = false; // out of the window manager's hands
     const char* type = "_NET_WM_WINDOW_TYPE_NORMAL";
     QRect frame{300, 200, 400, 300};
+    bool isShown = true; // at once
 };
 
 /// A program of its own to the X server, with windows.
@@ -31,7 +32,7 @@ public:
     /// `display`: null for the environment's.
     explicit GuestClient(const char* display = nullptr);
 
-    /// Shown, and known to the server.
+    /// Known to the server, and shown, if it is to be at once.
     xcb_window_t open(const Manners& manners = {}) const;
     void close(xcb_window_t window) const;
     void setShown(xcb_window_t window, bool isShown) const;

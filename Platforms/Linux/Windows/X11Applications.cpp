@@ -171,11 +171,11 @@ void X11Applications::Windows::group(const std::vector<ClientWindow>& windows) {
     }
 }
 
-/// A program that is seen hidden can be.
+/// A program that is seen hidden can be, unless that is the moment before it shows itself again.
 void X11Applications::Windows::noteHidden() {
     for (auto attempt = attempts_.begin(); attempt != attempts_.end();) {
         Group* const group = groupOf(attempt->first);
-        const bool isOver = !group || group->application.isHidden;
+        const bool isOver = !group || (group->application.isHidden && !asked_.contains(attempt->first));
         if (isOver && group) {
             group->application.canHide = true;
         }
@@ -223,8 +223,9 @@ bool X11Applications::Windows::isTried(const std::string& id) {
 }
 
 void X11Applications::Windows::check() {
+    const auto asked = std::exchange(asked_, {});
     look();
-    for (const std::string& id : std::exchange(asked_, {})) {
+    for (const std::string& id : asked) {
         Group* const group = groupOf(id);
         if (group && !group->application.isHidden) {
             ++attempts_[id].inVain;
