@@ -241,7 +241,7 @@ TEST_F(Applications, H2_WhateverBringsItForwardItIsSeenInFrontAndHiddenAgain) {
         }
         sweep({terminal});
         ASSERT_TRUE(isHidden(terminal));
-        EXPECT_FALSE(find(terminal)->isActive);
+        EXPECT_TRUE(until([&] { return !find(terminal)->isActive; }));
         way.bringForward();
         EXPECT_TRUE(isSeenInFront(terminal));
     }
