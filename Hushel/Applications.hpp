@@ -31,7 +31,8 @@ public:
     virtual std::vector<Application> running() = 0;
 
     /// Has all windows of these put out of sight. None is closed, and its user gets each back by the
-    /// desktop's own means. Takes effect a moment later; what is hidden or gone by now is left alone.
+    /// desktop's own means. Takes effect a moment later; what is hidden or gone by now is left alone, and
+    /// what has been asked in vain is asked less often.
     virtual void hide(const std::vector<Application>& applications) = 0;
 
     /// A sentence for the user: why no program can be hidden here at all. Empty while they can.

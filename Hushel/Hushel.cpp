@@ -162,7 +162,7 @@ void HushelSpice::sweep() {
 
 HushelSpice::Sighting HushelSpice::look() const {
     Sighting sighting;
-    if (!session() || blocked().empty() || !hidingHint().empty()) { // asked in vain, nothing is to be counted
+    if (!session() || blocked().empty()) {
         return sighting;
     }
     const auto listed = identifiersOf(blocked());
@@ -173,10 +173,10 @@ HushelSpice::Sighting HushelSpice::look() const {
         }
         if (application.canHide) {
             sighting.reached += application.isActive ? 1 : 0;
-            sighting.inSight.push_back(std::move(application));
-        } else {
+        } else { // it has been asked in vain, but may obey another time
             sighting.outOfReach.push_back(application.localizedName.value_or(*identifier));
         }
+        sighting.inSight.push_back(std::move(application));
     }
     return sighting;
 }

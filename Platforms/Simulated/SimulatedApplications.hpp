@@ -19,7 +19,7 @@ public:
             hidden.push_back(application.bundleIdentifier.value_or(""));
             const auto found =
                 std::ranges::find(all, application.bundleIdentifier, &Hushel::Application::bundleIdentifier);
-            if (found != all.end() && obeys) {
+            if (found != all.end() && found->canHide) {
                 found->isHidden = true;
                 found->isActive = false;
             }
@@ -31,7 +31,6 @@ public:
     std::vector<Hushel::Application> all;
     std::vector<std::string> hidden; // every request, in order
     std::string hint;
-    bool obeys = true;
     int looks = 0; // how often it was asked what runs
 };
 

@@ -101,19 +101,13 @@ void FileWindow::take(QPoint from) const {
     if (kind_ != FileManagerKind::pcmanfm) {
         return;
     }
-    constexpr QPoint copyHere{40, 12}; // in the menu that asks what shall be done
-    std::optional<Window> menu;
-    static_cast<void>(until([&] {
-        for (const Window& each : screen_.windows()) {
-            if (!each.isManaged && each.className.startsWith("pcmanfm")) {
-                menu = each;
-            }
-        }
-        return menu.has_value();
-    }));
-    if (menu) {
+    // It asks in a menu what shall be done, and offers nothing but a copy.
+    const Selection menu(screen_);
+    const auto isOpen = [&] { return menu.isGoingOn(); };
+    if (until([&] { return holds(isOpen, stillness); })) {
+        screen_.press(XK_Down);
         Selection::rest();
-        screen_.click(menu->frame.topLeft() + copyHere);
+        screen_.press(XK_Return);
     }
 }
 
