@@ -3,11 +3,11 @@
 #include "Ledgra/FileUrls.hpp"
 #include "ZorbelKit/Utf8.hpp"
 
-#include <QCoreApplication>
 #include <QDrag>
 #include <QDropEvent>
 #include <QGuiApplication>
 #include <QMimeData>
+#include <QWidget>
 
 #include <algorithm>
 #include <string_view>
@@ -66,18 +66,16 @@ std::function<void(QDrag& drag)>& runner() {
     return run;
 }
 
-void drag(const std::filesystem::path& file, const QPixmap& picture) {
+void drag(QWidget& window, const std::filesystem::path& file, const QPixmap& picture) {
     if (!(QGuiApplication::mouseButtons() & Qt::LeftButton)) {
         return;
     }
-    // The toolkit deletes a drag with what it comes from. A tile can go while its file is on its way.
-    auto* source = new QObject(QCoreApplication::instance());
-    auto* drag = new QDrag(source);
+    // The toolkit deletes it once the other program has all it wanted, which is later than the end of `exec`.
+    auto* drag = new QDrag(&window);
     drag->setMimeData(FileDrag::data(file).release());
     drag->setPixmap(picture);
     drag->setHotSpot(QRectF(QPointF(), picture.deviceIndependentSize()).center().toPoint());
     runner()(*drag);
-    source->deleteLater();
 }
 
 } // namespace
@@ -86,9 +84,10 @@ std::unique_ptr<QMimeData> FileDrag::data(const std::filesystem::path& file) {
     return std::make_unique<FileDragData>(file);
 }
 
-void FileDrag::begin(const std::filesystem::path& file, const QPixmap& picture) {
+void FileDrag::begin(QWidget& from, const std::filesystem::path& file, const QPixmap& picture) {
+    QWidget* window = from.window();
     QMetaObject::invokeMethod(
-        QCoreApplication::instance(), [file, picture] { drag(file, picture); }, Qt::QueuedConnection);
+        window, [window, file, picture] { drag(*window, file, picture); }, Qt::QueuedConnection);
 }
 
 std::function<void(QDrag& drag)> FileDrag::setRunnerForTesting(std::function<void(QDrag& drag)> run) {

@@ -20,8 +20,8 @@ public:
     static std::unique_ptr<QMimeData> data(const std::filesystem::path& file);
 
     /// Drags as soon as the event at hand has been answered, if the button is still down then. Whoever calls
-    /// may be gone before it ends.
-    static void begin(const std::filesystem::path& file, const QPixmap& picture);
+    /// may be gone before it ends, but not its window: a drag goes with that.
+    static void begin(QWidget& from, const std::filesystem::path& file, const QPixmap& picture);
 
     /// Whether a drag over a widget comes from this program.
     static bool isOwn(const QDropEvent& event);

@@ -167,7 +167,7 @@ void StagedTile::mouseMoveEvent(QMouseEvent* event) {
     isDragged_ = true;
     setDown(false); // letting go is a drop now and no click
     if (isThere_) {
-        FileDrag::begin(item_.url, icon_->picture());
+        FileDrag::begin(*this, item_.url, icon_->picture());
     }
 }
 

@@ -59,6 +59,7 @@ public:
         }
         winId();
         windowHandle()->installEventFilter(this);
+        qApp->installEventFilter(this);
     }
 
     /// A point of the screen, y downwards.
@@ -75,13 +76,26 @@ protected:
     /// A click takes the keyboard, also where the window manager gives it to no window of this kind. The
     /// beginning of a drag is no click: whoever drags goes on working elsewhere.
     bool eventFilter(QObject* watched, QEvent* event) override {
-        if (event->type() == QEvent::MouseButtonRelease && canBecomeKey_ && isVisible()) {
+        if (event->type() == QEvent::MouseButtonRelease && watched == windowHandle() && canBecomeKey_ &&
+            isVisible()) {
             activateWindow();
+        }
+        if (event->type() == QEvent::Show && watched->isWidgetType()) {
+            stayAbove(*static_cast<QWidget*>(watched));
         }
         return QWidget::eventFilter(watched, event);
     }
 
 private:
+    /// Menu bars of the program's own lie below, also those that come later.
+    void stayAbove(const QWidget& shown) {
+        if (&shown != this && isVisible() && shown.isWindow() && shown.windowType() != Qt::Popup &&
+            shown.windowFlags().testFlag(Qt::WindowDoesNotAcceptFocus)) {
+            QMetaObject::invokeMethod(
+                this, [this] { raise(); }, Qt::QueuedConnection);
+        }
+    }
+
     void follow(QScreen& screen) {
         QObject::connect(&screen, &QScreen::geometryChanged, this, [this] { returnLater(); });
     }

@@ -125,7 +125,8 @@ TEST_P(LedgraFileManagers, L4_L6_L12_FilesTravelFromOneToTheOther) {
     const FileWindow source(screen(), GetParam(), from, left);
     const FileWindow target(screen(), other(), to, right);
     ASSERT_TRUE(source.isShown() && target.isShown());
-    const std::vector<std::string> names{"a b.txt", "100%.txt", "#1.txt", "\xC3\xA4\xC3\xB6.txt",
+    // As many as are in sight side by side.
+    const std::vector<std::string> names{"a b.txt", "100% #1.txt", "\xC3\xA4\xC3\xB6.txt",
                                          "\xF0\x9F\x98\x80.txt"};
     const QPoint first = source.showFirst(names.front(), names.front());
     ASSERT_FALSE(first.isNull());
@@ -138,8 +139,12 @@ TEST_P(LedgraFileManagers, L4_L6_L12_FilesTravelFromOneToTheOther) {
     for (const std::string& name : names) {
         SCOPED_TRACE(name);
         ASSERT_TRUE(shelfSays(name));
-        target.take(onShelf(name)->frame().center());
-        EXPECT_TRUE(until([&] { return contentOf(to / name) == name; }));
+        // On a busy machine a hand may let go before the other program has said that it takes the file.
+        const auto isTaken = [&] {
+            target.take(onShelf(name)->frame().center());
+            return until([&] { return contentOf(to / name) == name; }, Seconds{5});
+        };
+        EXPECT_TRUE(isTaken() || isTaken());
         EXPECT_EQ(contentOf(from / name), name) << "it is a copy";
         EXPECT_TRUE(shelfSays(name)) << "it stays on the shelf";
     }

@@ -191,6 +191,7 @@ protected:
         const auto before = FileDrag::setRunnerForTesting([&](QDrag& drag) {
             ran = true;
             meanwhile(drag);
+            drag.deleteLater(); // as the toolkit does it
             settle();
         });
         QTest::mousePress(window, Qt::LeftButton, {}, from);
@@ -210,7 +211,11 @@ protected:
         QApplication::sendEvent(&held, &event);
     }
 
-    static bool isDragging() { return !qApp->findChildren<QDrag*>().empty(); }
+    static bool isDragging() {
+        return std::ranges::any_of(QApplication::topLevelWidgets(), [](const QWidget* window) {
+            return window->findChild<QDrag*>() != nullptr;
+        });
+    }
 
     const QStringList iconPaths = QIcon::themeSearchPaths();
     const QString iconTheme = QIcon::themeName();
