@@ -132,7 +132,8 @@ public:
 
 private:
     static constexpr int beatLength = 5; // milliseconds
-    static constexpr qint64 longest = 100;
+    // Longer than a busy machine keeps a program waiting, and shorter than the toolkit waits for another one.
+    static constexpr qint64 longest = 2000; // milliseconds
 
     void beat() {
         const qint64 gap = clock_.restart();
