@@ -294,7 +294,8 @@ TEST_F(Processes, NothingIsLeftOpenAfterwards) {
 
 TEST_F(Processes, StartWithoutASingleDescriptorLeft) {
 #ifdef __SANITIZE_ADDRESS__
-    GTEST_SKIP() << "the sanitizer needs descriptors to look at memory, and takes sound objects for broken ones";
+    GTEST_SKIP()
+        << "the sanitizer needs descriptors to look at memory, and takes sound objects for broken ones";
 #endif
     rlimit before{};
     ::getrlimit(RLIMIT_NOFILE, &before);
