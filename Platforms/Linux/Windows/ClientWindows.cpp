@@ -13,6 +13,8 @@ namespace {
 constexpr std::uint32_t normalState = 1; // of WM_STATE
 constexpr std::uint32_t iconicState = 3;
 
+constexpr unsigned looksBetweenClasses = 5; // office programs change theirs with what is opened in a window
+
 bool holds(const std::vector<std::uint32_t>& numbers, std::uint32_t number) {
     return std::ranges::find(numbers, number) != numbers.end();
 }
@@ -85,11 +87,13 @@ void ClientWindows::look() {
     const auto active = connection.ask(connection.root(), DesktopName::activeWindow, 1);
     auto confirmation =
         connection.ask(manager_ == XCB_NONE ? connection.root() : manager_, DesktopName::supportingCheck, 1);
+    const bool asksClasses = ++looks_ % looksBetweenClasses == 0;
     std::vector<xcb_window_t> before;
     std::vector<Changing> questions;
     for (const auto& [window, known] : known_) {
         before.push_back(window);
-        questions.push_back(askChanging(window));
+        questions.push_back(
+            askChanging(window, asksClasses || known.window.clues.windowClass == WindowClass{}));
     }
     const auto processQuestion = askProcesses(before);
 
@@ -139,7 +143,7 @@ void ClientWindows::readNew(const std::vector<xcb_window_t>& windows) {
     std::vector<std::pair<Changing, Lasting>> questions;
     questions.reserve(windows.size());
     for (const xcb_window_t window : windows) {
-        questions.emplace_back(askChanging(window), askLasting(window));
+        questions.emplace_back(askChanging(window, true), askLasting(window));
     }
     const auto processes = takeProcesses(askProcesses(windows));
     for (std::size_t index = 0; index < windows.size(); ++index) {
@@ -191,15 +195,19 @@ ClientWindows::takeProcesses(const std::optional<xcb_res_query_client_ids_cookie
     return processes;
 }
 
-ClientWindows::Changing ClientWindows::askChanging(xcb_window_t window) const {
-    return {.managed = connection_->ask(window, DesktopName::managedState, 1),
-            .states = connection_->ask(window, DesktopName::windowState),
-            .transientFor = connection_->ask(window, XCB_ATOM_WM_TRANSIENT_FOR, 1),
-            .windowClass = connection_->ask(window, XCB_ATOM_WM_CLASS)};
+ClientWindows::Changing ClientWindows::askChanging(xcb_window_t window, bool wantsClass) const {
+    Changing questions{.managed = connection_->ask(window, DesktopName::managedState, 1),
+                       .states = connection_->ask(window, DesktopName::windowState),
+                       .windowClass = {}};
+    if (wantsClass) {
+        questions.windowClass = connection_->ask(window, XCB_ATOM_WM_CLASS);
+    }
+    return questions;
 }
 
 ClientWindows::Lasting ClientWindows::askLasting(xcb_window_t window) const {
     return {.type = connection_->ask(window, DesktopName::windowType),
+            .transientFor = connection_->ask(window, XCB_ATOM_WM_TRANSIENT_FOR, 1),
             .gtkApplication = connection_->ask(window, DesktopName::gtkApplication),
             .leader = connection_->ask(window, DesktopName::clientLeader, 1),
             .machine = connection_->ask(window, XCB_ATOM_WM_CLIENT_MACHINE),
@@ -210,8 +218,6 @@ ClientWindows::Lasting ClientWindows::askLasting(xcb_window_t window) const {
 bool ClientWindows::takeChanging(const Changing& questions, const Processes& processes, Known& known) const {
     const auto managed = connection_->numbers(questions.managed);
     const auto states = connection_->numbers(questions.states);
-    known.transientFor = first(connection_->numbers(questions.transientFor));
-    auto windowClass = Linux::windowClass(connection_->text(questions.windowClass).bytes);
     const bool isHidden = holds(states, connection_->atom(DesktopName::stateHidden));
     ClientWindow& window = known.window;
     // Some managers call a window of another desktop iconic, too.
@@ -220,8 +226,12 @@ bool ClientWindows::takeChanging(const Changing& questions, const Processes& pro
     known.isTaskless = holds(states, connection_->atom(DesktopName::stateSkipsTaskbar));
     const auto process = processes.find(clientOf(window.id));
     const std::int64_t pid = process == processes.end() ? 0 : process->second;
-    const bool isSame = windowClass == window.clues.windowClass && pid == known.serverPid;
-    window.clues.windowClass = std::move(windowClass);
+    bool isSame = pid == known.serverPid;
+    if (questions.windowClass) {
+        auto windowClass = Linux::windowClass(connection_->text(*questions.windowClass).bytes);
+        isSame = isSame && windowClass == window.clues.windowClass;
+        window.clues.windowClass = std::move(windowClass);
+    }
     return isSame;
 }
 
@@ -235,6 +245,7 @@ void ClientWindows::takeLasting(const Lasting& questions, Known& known) {
     });
     known.isTypeOther = told != types.end() && isOneOf(*told, leftAlone);
     known.isTypeDialog = told != types.end() && *told == connection_->atom(DesktopName::windowTypeDialog);
+    known.transientFor = first(connection_->numbers(questions.transientFor));
     known.leader = first(connection_->numbers(questions.leader));
     ClientWindow& window = known.window;
     window.clues.gtkApplication = connection_->text(questions.gtkApplication).bytes;

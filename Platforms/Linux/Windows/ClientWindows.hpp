@@ -70,16 +70,16 @@ private:
         bool isTypeOther = false;
         bool isTypeDialog = false;
         xcb_window_t leader = XCB_NONE;
-        // As they were last.
         xcb_window_t transientFor = XCB_NONE;
         std::int64_t serverPid = 0;
         bool isTaskless = false; // not for the user to switch to
     };
     struct Changing { // questions asked in every look
-        xcb_get_property_cookie_t managed, states, transientFor, windowClass;
+        xcb_get_property_cookie_t managed, states;
+        std::optional<xcb_get_property_cookie_t> windowClass; // now and then, and until it has one
     };
     struct Lasting { // and those of a window that is new
-        xcb_get_property_cookie_t type, gtkApplication, leader, machine, pid;
+        xcb_get_property_cookie_t type, transientFor, gtkApplication, leader, machine, pid;
     };
     using Processes = std::map<xcb_window_t, std::int64_t>; // by the common part of a program's windows
 
@@ -88,7 +88,7 @@ private:
     std::optional<xcb_res_query_client_ids_cookie_t>
     askProcesses(const std::vector<xcb_window_t>& windows) const;
     Processes takeProcesses(const std::optional<xcb_res_query_client_ids_cookie_t>& question) const;
-    Changing askChanging(xcb_window_t window) const;
+    Changing askChanging(xcb_window_t window, bool wantsClass) const;
     Lasting askLasting(xcb_window_t window) const;
 
     /// False where it is another window by now, or another program's.
@@ -107,6 +107,7 @@ private:
     std::vector<ClientWindow> windows_;
     xcb_window_t active_ = XCB_NONE;
     std::uint64_t readings_ = 0;
+    unsigned looks_ = 0;
 };
 
 } // namespace Linux
