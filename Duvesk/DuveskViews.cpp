@@ -6,6 +6,7 @@
 #include "ZorbelKit/Controls/Accessible.hpp"
 #include "ZorbelKit/Controls/Buttons.hpp"
 #include "ZorbelKit/Controls/Counter.hpp"
+#include "ZorbelKit/Controls/EmptyCard.hpp"
 #include "ZorbelKit/Controls/Layouts.hpp"
 #include "ZorbelKit/Controls/LineText.hpp"
 #include "ZorbelKit/Controls/Reading.hpp"
@@ -38,7 +39,6 @@ constexpr int buttonGap = 8;
 constexpr double movedSymbol = 14;
 constexpr double emptyIcon = 64;
 constexpr int emptyIconGap = 14;
-constexpr int paragraphWidth = 340;
 constexpr int busyWidth = 132;
 constexpr int menuBusyWidth = 84;
 
@@ -54,14 +54,6 @@ Button* makeScanButton(DuveskSpice& spice, QWidget* parent) {
     button->setFixedWidth(button->sizeHint().width());
     QObject::connect(button, &QAbstractButton::clicked, button, [&spice] { spice.scan(); });
     return button;
-}
-
-QLabel* makeParagraph(const QString& text, QWidget* parent) {
-    QLabel* label = makeText(text, interfaceFont(11), malaiDim, parent);
-    label->setWordWrap(true);
-    label->setAlignment(Qt::AlignHCenter);
-    label->setFixedSize(paragraphWidth, label->heightForWidth(paragraphWidth));
-    return label;
 }
 
 } // namespace
@@ -179,10 +171,11 @@ Unscanned::Unscanned(DuveskSpice& spice, QWidget* parent)
     auto* words = new QWidget;
     auto* lines = makeColumn(words, 6);
     lines->addWidget(makeText("Nothing scanned yet.", TextStyle::callout, malai, words), 0, Qt::AlignHCenter);
-    lines->addWidget(makeParagraph("Duvesk looks through your caches, your large files, and support folders "
-                                   "belonging to apps you no longer have.",
-                                   words),
-                     0, Qt::AlignHCenter);
+    lines->addWidget(
+        makeCentredParagraph("Duvesk looks through your caches, your large files, and support folders "
+                             "belonging to apps you no longer have.",
+                             words),
+        0, Qt::AlignHCenter);
     lines->addStretch();
     auto* busy = new QWidget;
     auto* line = makeColumn(busy, 0);

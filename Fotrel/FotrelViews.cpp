@@ -2,10 +2,9 @@
 
 #include "Fotrel/CaptureViews.hpp"
 #include "ZorbelKit/Controls/Accessible.hpp"
-#include "ZorbelKit/Controls/Counter.hpp"
+#include "ZorbelKit/Controls/EmptyCard.hpp"
 #include "ZorbelKit/Controls/Layouts.hpp"
 #include "ZorbelKit/Controls/MenuStat.hpp"
-#include "ZorbelKit/Controls/SpiceIcon.hpp"
 #include "ZorbelKit/Controls/Symbol.hpp"
 #include "ZorbelKit/Controls/SymbolButton.hpp"
 #include "ZorbelKit/Controls/Text.hpp"
@@ -37,10 +36,6 @@ namespace {
 constexpr int partGap = 12;
 constexpr int rowGap = 10;
 constexpr int emptyHeight = 280;
-constexpr double emptyIcon = 64;
-constexpr int emptyIconGap = 14;
-constexpr int emptyLineGap = 6;
-constexpr int paragraphWidth = 340;
 constexpr int countGap = 14;
 
 /// How a button is laid out, in points.
@@ -63,31 +58,12 @@ constexpr const Measures& measuresOf(CaptureButton::Size size) {
     return size == CaptureButton::Size::page ? pageMeasures : menuMeasures;
 }
 
-QLabel* makeParagraph(const QString& text, QWidget* parent) {
-    QLabel* label = makeText(text, interfaceFont(11), malaiDim, parent);
-    label->setWordWrap(true);
-    label->setAlignment(Qt::AlignHCenter);
-    label->setFixedSize(paragraphWidth, label->heightForWidth(paragraphWidth));
-    return label;
-}
-
 /// What stands in place of the captures while there are none.
 QWidget* makeNothing(const FotrelSpice& spice, QWidget* parent) {
-    auto* content = new QWidget;
-    auto* column = makeColumn(content, emptyLineGap);
-    column->addStretch();
-    column->addWidget(new SpiceIcon(spice.id(), emptyIcon, /*dimmed=*/true, content), 0, Qt::AlignHCenter);
-    column->addSpacing(emptyIconGap - emptyLineGap);
-    column->addWidget(makeText("Anything you capture will appear here.", TextStyle::callout, malai, content),
-                      0, Qt::AlignHCenter);
-    column->addWidget(makeParagraph("Fotrel reads the words out of every shot, so you can copy the text as "
-                                    "well as the picture.",
-                                    content),
-                      0, Qt::AlignHCenter);
-    column->addStretch();
-    auto* card = new Counter(false, content, parent);
-    card->setMinimumHeight(emptyHeight);
-    return card;
+    return makeEmptyCard(spice.id(), "Anything you capture will appear here.",
+                         "Fotrel reads the words out of every shot, so you can copy the text as "
+                         "well as the picture.",
+                         emptyHeight, parent);
 }
 
 /// Keeps a part of a list where it is on the screen while others come and go above it: what is shown is

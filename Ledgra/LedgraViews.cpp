@@ -6,8 +6,8 @@
 #include "ZorbelKit/Controls/Accessible.hpp"
 #include "ZorbelKit/Controls/Buttons.hpp"
 #include "ZorbelKit/Controls/Counter.hpp"
+#include "ZorbelKit/Controls/EmptyCard.hpp"
 #include "ZorbelKit/Controls/Layouts.hpp"
-#include "ZorbelKit/Controls/SpiceIcon.hpp"
 #include "ZorbelKit/Controls/Switch.hpp"
 #include "ZorbelKit/Controls/Text.hpp"
 #include "ZorbelKit/Palette.hpp"
@@ -29,36 +29,13 @@ constexpr int cardPadding = 12;
 constexpr int noteGap = 8;
 constexpr int tilesPadding = 10;
 constexpr int emptyHeight = 232;
-constexpr double emptyIcon = 64;
-constexpr int emptyIconGap = 14;
-constexpr int emptyLineGap = 6;
-constexpr int paragraphWidth = 340;
-
-QLabel* makeParagraph(const QString& text, QWidget* parent) {
-    QLabel* label = makeText(text, interfaceFont(11), malaiDim, parent);
-    label->setWordWrap(true);
-    label->setAlignment(Qt::AlignHCenter);
-    label->setFixedSize(paragraphWidth, label->heightForWidth(paragraphWidth));
-    return label;
-}
 
 /// What stands in place of the files while there are none.
 QWidget* makeNothing(const LedgraSpice& spice, QWidget* parent) {
-    auto* content = new QWidget;
-    auto* column = makeColumn(content, emptyLineGap);
-    column->addStretch();
-    column->addWidget(new SpiceIcon(spice.id(), emptyIcon, /*dimmed=*/true, content), 0, Qt::AlignHCenter);
-    column->addSpacing(emptyIconGap - emptyLineGap);
-    column->addWidget(makeText("The shelf is empty.", TextStyle::callout, malai, content), 0,
-                      Qt::AlignHCenter);
-    column->addWidget(makeParagraph("Drag files onto the strip under your notch. They stay there until you "
-                                    "drag them somewhere else.",
-                                    content),
-                      0, Qt::AlignHCenter);
-    column->addStretch();
-    auto* card = new Counter(false, content, parent);
-    card->setMinimumHeight(emptyHeight);
-    return card;
+    return makeEmptyCard(spice.id(), "The shelf is empty.",
+                         "Drag files onto the strip under your notch. They stay there until you "
+                         "drag them somewhere else.",
+                         emptyHeight, parent);
 }
 
 /// A button that is about to go, or to be disabled, would give the keyboard to any widget.
